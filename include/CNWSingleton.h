@@ -1,0 +1,22 @@
+#pragma once
+
+#include <memory>
+
+/// An object of which there is at most one, and which lives while some user holds the shared pointer:
+/// the last to let go ends it, the next to ask makes a new one. Main-loop thread only.
+template <class T>
+class CNWSingleton {
+ public:
+  static std::shared_ptr<T> GetInstance() {
+    std::shared_ptr<T> instance = m_pInstance.lock();
+    if (instance == nullptr) {
+      instance = std::make_shared<T>();
+      m_pInstance = instance;
+    }
+    return instance;
+  }
+
+ private:
+  /// Defined for each T in StaticObjects.cpp.
+  static std::weak_ptr<T> m_pInstance;
+};

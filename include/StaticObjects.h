@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "CNWSingleton.h"
+#include "RSEUtil.h"
+
+class NetworkMonitor;
+class WifiMonHandler;
+
+/// The objects of the process that exist before main() and end after it, all defined in
+/// StaticObjects.cpp, in the order in which they are built.
+
+extern const std::string SOLSTICE_FMS;  ///< feature key of a projector's engine type
+
+template <>
+std::weak_ptr<NetworkMonitor> CNWSingleton<NetworkMonitor>::m_pInstance;
+
+extern const std::string NetworkTypeVconfKey;
+extern const std::string NetworkTypeWired;     ///< value of NetworkTypeVconfKey
+extern const std::string NetworkTypeWireless;  ///< value of NetworkTypeVconfKey
+
+extern const std::string MW_CERT_PATH;      ///< where the connection manager looks for certificates
+extern const std::string ROOT_CERT_PATH;    ///< where root certificates are installed
+extern const std::string CLIENT_CERT_PATH;  ///< where client certificates are installed
+
+template <>
+std::weak_ptr<WifiMonHandler> CNWSingleton<WifiMonHandler>::m_pInstance;
+
+extern const std::string VCONF_INSTANT_OFF_ON;  ///< key of the power manager's word to the daemon

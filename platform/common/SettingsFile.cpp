@@ -1,0 +1,221 @@
+#include "SettingsFile.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace settings {
+namespace {
+
+constexpr std::size_t kLargestFile = 1 << 20;
+constexpr int kWritersAtATime = 64;
+
+class FileDescriptor {
+ public:
+  explicit FileDescriptor(int fd) : m_fd(fd) {}
+  ~FileDescriptor() {
+    if (m_fd >= 0) {
+      close(m_fd);
+    }
+  }
+  FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
+  [[nodiscard]] int get() const { return m_fd; }
+  [[nodiscard]] bool ok() const { return m_fd >= 0; }
+
+ private:
+  int m_fd;
+};
+
+struct Roots {
+  std::string database;
+  std::string memory;
+};
+
+const Roots& RootDirectories() {
+  static const Roots roots = [] {
+    const char* directory = std::getenv(kDirectoryVariable);
+    if (directory != nullptr && *directory != '\0') {
+      return Roots{directory, directory};
+    }
+    return Roots{"/var/lib/pelorus/settings", "/run/pelorus/settings"};
+  }();
+  return roots;
+}
+
+bool IsDurable(const char* key) {
+  return std::strncmp(key, "db/", 3) == 0;
+}
+
+bool IsAcceptable(const char* key) {
+  if (key == nullptr || (!IsDurable(key) && std::strncmp(key, "memory/", 7) != 0)) {
+    return false;
+  }
+  // '.' begins the names of the files that are being written, "." and "..".
+  for (const char* p = key; *p != '\0'; ++p) {
+    if (*p == '/' && (p[1] == '/' || p[1] == '.' || p[1] == '\0')) {
+      return false;
+    }
+  }
+  return true;
+}
+
+std::optional<std::string> ReadWhole(const char* path) {
+  // Non-blocking, so that a pipe somebody put there cannot stop the main loop.
+  const FileDescriptor file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+  if (!file.ok()) {
+    return std::nullopt;
+  }
+  std::string content;
+  char chunk[1024];
+  for (;;) {
+    const ssize_t length = read(file.get(), chunk, sizeof chunk);
+    if (length < 0 && errno == EINTR) {
+      continue;
+    }
+    if (length < 0 || content.size() > kLargestFile) {
+      return std::nullopt;
+    }
+    content.append(chunk, static_cast<std::size_t>(length));
+    if (static_cast<std::size_t>(length) < sizeof chunk) {
+      return content;
+    }
+  }
+}
+
+bool WriteWhole(int fd, std::string_view content) {
+  while (!content.empty()) {
+    const ssize_t length = write(fd, content.data(), content.size());
+    if (length < 0 && errno == EINTR) {
+      continue;
+    }
+    if (length < 0) {
+      return false;
+    }
+    content.remove_prefix(static_cast<std::size_t>(length));
+  }
+  return true;
+}
+
+/// Whether `fd` still is the file of that name: between open and lock its owner may have renamed it.
+bool IsFileAt(int fd, const char* path) {
+  struct stat opened;
+  struct stat named;
+  return fstat(fd, &opened) == 0 && lstat(path, &named) == 0 && opened.st_ino == named.st_ino &&
+         opened.st_dev == named.st_dev;
+}
+
+/// Writes to a locked temporary file beside the key and renames it over the key. The temporary names are
+/// few and fixed, and a lock tells a writer at work from one that was killed: so no writer waits for
+/// another, and what killed writers leave behind is used again and does not grow.
+int Replace(const std::string& path, std::string_view content, bool durable) {
+  const std::size_t slash = path.rfind('/');
+  for (int slot = 0; slot < kWritersAtATime;) {
+    char temporary[PATH_MAX];
+    if (std::snprintf(temporary, sizeof temporary, "%.*s/.%s.%d", static_cast<int>(slash), path.c_str(),
+                      path.c_str() + slash + 1, slot) >= static_cast<int>(sizeof temporary)) {
+      return ENAMETOOLONG;
+    }
+    const FileDescriptor file(
+        open(temporary, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0644));
+    if (!file.ok()) {
+      if (errno == EACCES && access(temporary, F_OK) == 0) {
+        ++slot;  // left behind by another user
+        continue;
+      }
+      return errno;
+    }
+    if (flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
+      ++slot;
+      continue;
+    }
+    if (!IsFileAt(file.get(), temporary)) {
+      continue;
+    }
+    if (ftruncate(file.get(), 0) != 0 || !WriteWhole(file.get(), content) ||
+        (durable && fdatasync(file.get()) != 0) || rename(temporary, path.c_str()) != 0) {
+      const int error = errno;
+      unlink(temporary);
+      return error;
+    }
+    return 0;
+  }
+  return EBUSY;
+}
+
+}  // namespace
+
+std::optional<std::string> PathOf(const char* key) {
+  if (!IsAcceptable(key)) {
+    return std::nullopt;
+  }
+  const Roots& roots = RootDirectories();
+  return (IsDurable(key) ? roots.database : roots.memory) + "/" + key;
+}
+
+std::string DatabaseRoot() {
+  return RootDirectories().database;
+}
+std::string MemoryRoot() {
+  return RootDirectories().memory;
+}
+
+GVariant* Read(const char* key, const GVariantType* type) {
+  const auto path = PathOf(key);
+  if (!path) {
+    return nullptr;
+  }
+  const auto text = ReadWhole(path->c_str());
+  if (!text) {
+    return nullptr;
+  }
+  GVariant* value = g_variant_parse(type, text->data(), text->data() + text->size(), nullptr, nullptr);
+  return value == nullptr ? nullptr : g_variant_take_ref(value);
+}
+
+int Write(const char* key, GVariant* value) {
+  g_autoptr(GVariant) owned = g_variant_ref_sink(value);
+  const auto path = PathOf(key);
+  if (!path) {
+    return EINVAL;
+  }
+  g_autofree char* printed = g_variant_print(owned, FALSE);
+  const std::string line = std::string(printed) + "\n";
+  const int error = Replace(*path, line, IsDurable(key));
+  if (error != ENOENT) {
+    return error;
+  }
+  const std::string directory = path->substr(0, path->rfind('/'));
+  if (g_mkdir_with_parents(directory.c_str(), 0775) != 0) {
+    return errno;
+  }
+  return Replace(*path, line, IsDurable(key));
+}
+
+GVariant* FromText(const char* text) {
+  return g_utf8_validate(text, -1, nullptr) ? g_variant_new_string(text)
+                                            : g_variant_new_bytestring(text);
+}
+
+char* ToText(GVariant* value) {
+  g_autoptr(GVariant) owned = value;
+  if (owned == nullptr) {
+    return nullptr;
+  }
+  if (g_variant_is_of_type(owned, G_VARIANT_TYPE_STRING)) {
+    return strdup(g_variant_get_string(owned, nullptr));
+  }
+  if (g_variant_is_of_type(owned, G_VARIANT_TYPE_BYTESTRING)) {
+    return strdup(g_variant_get_bytestring(owned));
+  }
+  return nullptr;
+}
+
+}  // namespace settings

@@ -1,0 +1,152 @@
+#include "SystemInfo.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "CallGate.h"
+#include "PlatformLog.h"
+#include "system_info.h"
+
+namespace {
+
+int ErrorOf(const GError* error) {
+  if (error == nullptr) {
+    return SYSTEM_INFO_ERROR_NONE;
+  }
+  const bool absent = g_error_matches(error, G_KEY_FILE_ERROR, G_KEY_FILE_ERROR_KEY_NOT_FOUND) ||
+                      g_error_matches(error, G_KEY_FILE_ERROR, G_KEY_FILE_ERROR_GROUP_NOT_FOUND);
+  return absent ? SYSTEM_INFO_ERROR_NOT_SUPPORTED : SYSTEM_INFO_ERROR_IO_ERROR;
+}
+
+/// The name in the key file of a fact that the platform knows by number.
+const char* NameOf(system_info_key_e key) {
+  switch (key) {
+    case SYSTEM_INFO_KEY_PRODUCT_SW_VERSION:
+      return "product/sw_version";
+    case SYSTEM_INFO_KEY_WIFI_VENDOR:
+      return "product/wifi_vendor";
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+SystemInfo& SystemInfo::Instance() {
+  static auto* const info = new SystemInfo;
+  return *info;
+}
+
+SystemInfo::SystemInfo() : m_file(g_key_file_new()) {
+  const char* configured = std::getenv(kFileVariable);
+  const char* path = configured != nullptr ? configured : kDefaultFile;
+  g_autoptr(GError) error = nullptr;
+  if (!g_key_file_load_from_file(m_file, path, G_KEY_FILE_NONE, &error)) {
+    PLATFORM_LOG(DLOG_WARN, "no facts about this model: %s: %s", path, error->message);
+  }
+}
+
+int SystemInfo::Find(const char* key, std::string& group, std::string& name) const {
+  const char* slash = key == nullptr ? nullptr : std::strrchr(key, '/');
+  if (slash == nullptr) {
+    return key == nullptr ? SYSTEM_INFO_ERROR_INVALID_PARAMETER : SYSTEM_INFO_ERROR_NOT_SUPPORTED;
+  }
+  group.assign(key, slash);
+  name.assign(slash + 1);
+  return SYSTEM_INFO_ERROR_NONE;
+}
+
+int SystemInfo::GetBool(const char* key, bool& value) {
+  std::string group;
+  std::string name;
+  if (const int error = Find(key, group, name); error != SYSTEM_INFO_ERROR_NONE) {
+    return error;
+  }
+  const std::lock_guard lock(m_mutex);
+  g_autoptr(GError) error = nullptr;
+  const bool found = g_key_file_get_boolean(m_file, group.c_str(), name.c_str(), &error) != FALSE;
+  value = error == nullptr ? found : value;
+  return ErrorOf(error);
+}
+
+int SystemInfo::GetInt(const char* key, int& value) {
+  std::string group;
+  std::string name;
+  if (const int error = Find(key, group, name); error != SYSTEM_INFO_ERROR_NONE) {
+    return error;
+  }
+  const std::lock_guard lock(m_mutex);
+  g_autoptr(GError) error = nullptr;
+  const int found = g_key_file_get_integer(m_file, group.c_str(), name.c_str(), &error);
+  value = error == nullptr ? found : value;
+  return ErrorOf(error);
+}
+
+int SystemInfo::GetString(const char* key, std::string& value) {
+  std::string group;
+  std::string name;
+  if (const int error = Find(key, group, name); error != SYSTEM_INFO_ERROR_NONE) {
+    return error;
+  }
+  const std::lock_guard lock(m_mutex);
+  g_autoptr(GError) error = nullptr;
+  g_autofree char* found = g_key_file_get_string(m_file, group.c_str(), name.c_str(), &error);
+  if (found != nullptr) {
+    value = found;
+  }
+  return ErrorOf(error);
+}
+
+void SystemInfo::Override(const std::string& key, const char* value) {
+  std::string group;
+  std::string name;
+  if (Find(key.c_str(), group, name) != SYSTEM_INFO_ERROR_NONE) {
+    return;
+  }
+  const std::lock_guard lock(m_mutex);
+  if (value != nullptr) {
+    g_key_file_set_value(m_file, group.c_str(), name.c_str(), value);
+  } else {
+    g_key_file_remove_key(m_file, group.c_str(), name.c_str(), nullptr);
+  }
+}
+
+int system_info_get_custom_bool(const char* key, bool* value) {
+  if (const auto refusal = call_gate::Refusal("system_info_get_custom_bool", key)) {
+    return *refusal;
+  }
+  return value == nullptr ? SYSTEM_INFO_ERROR_INVALID_PARAMETER
+                          : SystemInfo::Instance().GetBool(key, *value);
+}
+
+int system_info_get_custom_int(const char* key, int* value) {
+  if (const auto refusal = call_gate::Refusal("system_info_get_custom_int", key)) {
+    return *refusal;
+  }
+  return value == nullptr ? SYSTEM_INFO_ERROR_INVALID_PARAMETER
+                          : SystemInfo::Instance().GetInt(key, *value);
+}
+
+int system_info_get_value_int(system_info_key_e key, int* value) {
+  if (const auto refusal = call_gate::Refusal("system_info_get_value_int", static_cast<int>(key))) {
+    return *refusal;
+  }
+  const char* name = NameOf(key);
+  return value == nullptr || name == nullptr ? SYSTEM_INFO_ERROR_INVALID_PARAMETER
+                                             : SystemInfo::Instance().GetInt(name, *value);
+}
+
+int system_info_get_value_string(system_info_key_e key, char** value) {
+  if (const auto refusal = call_gate::Refusal("system_info_get_value_string", static_cast<int>(key))) {
+    return *refusal;
+  }
+  const char* name = NameOf(key);
+  if (value == nullptr || name == nullptr) {
+    return SYSTEM_INFO_ERROR_INVALID_PARAMETER;
+  }
+  std::string text;
+  const int error = SystemInfo::Instance().GetString(name, text);
+  if (error == SYSTEM_INFO_ERROR_NONE) {
+    *value = strdup(text.c_str());
+  }
+  return error;
+}

@@ -1,0 +1,139 @@
+#include "dlog.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdint>
+#include <cstring>
+#include <initializer_list>
+
+#include <atomic>
+
+#include <sys/socket.h>
+#include <sys/uio.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include "LogFormat.h"
+
+namespace {
+
+constexpr std::size_t kLineBytes = 4096;
+constexpr sockaddr_un kJournalSocket{AF_UNIX, "/run/systemd/journal/socket"};
+
+/// One line with the place in the source that wrote it, if the format gave one.
+struct Line {
+  log_id_t buffer;
+  int priority;
+  const char* tag;
+  const char* file;
+  const char* function;
+  int number;
+  const char* text;
+  std::size_t length;
+};
+
+/// The journal's socket, opened once and addressed anew with each line, so that a restart of the journal
+/// needs nothing here.
+int JournalDescriptor() {
+  static std::atomic<int> descriptor{-1};
+  int known = descriptor.load();
+  if (known >= 0) {
+    return known;
+  }
+  const int opened = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  if (opened >= 0 && !descriptor.compare_exchange_strong(known, opened)) {
+    close(opened);
+    return known;
+  }
+  return opened;
+}
+
+int SyslogPriority(int priority) {
+  switch (priority) {
+    case DLOG_FATAL:
+      return 2;
+    case DLOG_ERROR:
+      return 3;
+    case DLOG_WARN:
+      return 4;
+    case DLOG_INFO:
+      return 6;
+    default:
+      return 7;
+  }
+}
+
+std::size_t Format(char* buffer, std::size_t size, const char* format, ...)
+    __attribute__((format(printf, 3, 4)));
+std::size_t Format(char* buffer, std::size_t size, const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  const std::size_t length = FormatSignalSafe(buffer, size, format, arguments);
+  va_end(arguments);
+  return length < size ? length : size - 1;
+}
+
+iovec Bytes(const void* data, std::size_t length) {
+  return {const_cast<void*>(data), length};
+}
+
+/// One datagram of "NAME=value" lines; the message goes in the form with a length, because it may hold
+/// newlines.
+bool SendToJournal(const Line& line) {
+  char fields[512];
+  const std::size_t fields_length =
+      Format(fields, sizeof fields, "PRIORITY=%d\nSYSLOG_IDENTIFIER=%.64s\nPELORUS_BUFFER=%s\n",
+             SyslogPriority(line.priority), line.tag, line.buffer == LOG_ID_SYSTEM ? "system" : "main");
+  char place[512];
+  const std::size_t place_length =
+      line.file == nullptr
+          ? 0
+          : Format(place, sizeof place, "CODE_FILE=%.128s\nCODE_FUNC=%.256s\nCODE_LINE=%d\n", line.file,
+                   line.function, line.number);
+  std::uint8_t message_length[8];
+  for (int i = 0; i < 8; ++i) {
+    message_length[i] = static_cast<std::uint8_t>(std::uint64_t{line.length} >> (8 * i));
+  }
+  iovec parts[] = {Bytes(fields, fields_length),  Bytes(place, place_length),
+                   Bytes("MESSAGE\n", 8),         Bytes(message_length, sizeof message_length),
+                   Bytes(line.text, line.length), Bytes("\n", 1)};
+  sockaddr_un address = kJournalSocket;
+  msghdr message{};
+  message.msg_name = &address;
+  message.msg_namelen = sizeof address;
+  message.msg_iov = parts;
+  message.msg_iovlen = sizeof parts / sizeof parts[0];
+  const int descriptor = JournalDescriptor();
+  return descriptor >= 0 && sendmsg(descriptor, &message, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0;
+}
+
+bool WriteToStandardError(const Line& line) {
+  char text[kLineBytes + 128];
+  std::size_t length = Format(text, sizeof text - 1, "%c/%.64s%s: %s", "VVVDIWEF"[line.priority & 7],
+                              line.tag, line.buffer == LOG_ID_SYSTEM ? "(system)" : "", line.text);
+  text[length++] = '\n';
+  return write(STDERR_FILENO, text, length) >= 0;
+}
+
+}  // namespace
+
+int __dlog_print(log_id_t log_id, int priority, const char* tag, const char* fmt, ...) {
+  const int saved_errno = errno;
+  char text[kLineBytes];
+  Line line{log_id, priority, tag, nullptr, nullptr, 0, text, 0};
+
+  std::va_list arguments;
+  va_start(arguments, fmt);
+  const std::size_t length = FormatSignalSafe(text, sizeof text, fmt, arguments);
+  if (std::strncmp(fmt, DLOG_PLACE_FORMAT, sizeof DLOG_PLACE_FORMAT - 1) == 0) {
+    line.file = va_arg(arguments, const char*);
+    line.function = va_arg(arguments, const char*);
+    line.number = va_arg(arguments, int);
+  }
+  va_end(arguments);
+  line.length = length < sizeof text ? length : sizeof text - 1;
+
+  const bool taken = SendToJournal(line) || WriteToStandardError(line);
+  errno = saved_errno;
+  return taken ? static_cast<int>(length) : -1;
+}

@@ -1,0 +1,75 @@
+#include "Pelorus.h"
+
+#include <glib.h>
+#include <malloc.h>
+
+#include "Log.h"
+#include "NW_CellularPopup.h"
+#include "NW_Common.h"
+#include "NW_LanPopup.h"
+#include "call_guarded.h"
+#include "platform.h"
+#include "vconf.h"
+#include "vconf_keys.h"
+
+namespace {
+
+GMainLoop* g_main_loop = nullptr;
+
+using Step = void (*)();
+
+template <std::size_t count>
+void RunInOrder(const Step (&steps)[count]) {
+  for (const Step step : steps) {
+    CallGuarded(step);
+  }
+}
+
+void ResetNetworkAppStatus() {
+  if (vconf_set_int(vconf_keys::kNetworkAppStatus, 0) != VCONF_OK) {
+    NW_LOG("Vconf Error");
+  }
+}
+
+constexpr Step kStartSteps[] = {
+    [] { registerEvent(); }, registerCellularEvents, [] { registerPowerCallback(true); },
+    register_NSLaunchVconf,  ResetNetworkAppStatus,
+};
+
+/// Not the reverse of the start.
+constexpr Step kStopSteps[] = {
+    [] { deregisterEvent(); },
+    deregisterCellularEvent,
+    [] { registerPowerCallback(false); },
+    deregister_NSLaunchVconf,
+};
+
+void __Init() {
+  NW_LOG("On Pelorus Init ");
+  RunInOrder(kStartSteps);
+}
+
+void __Terminate() {
+  NW_LOG("On Terminate");
+  RunInOrder(kStopSteps);
+}
+
+}  // namespace
+
+int PelorusMain() {
+  NW_LOG(" MAIN Launched.");
+  g_main_loop = g_main_loop_new(nullptr, FALSE);
+  if (g_main_loop == nullptr) {
+    NW_LOG("Failed to create g_main_loop");
+    NW_LOG(" Main Ended");
+    return 0;
+  }
+  platform_start();
+  __Init();
+  malloc_trim(0);
+  g_main_loop_run(g_main_loop);
+  __Terminate();
+  platform_stop();
+  NW_LOG(" Main Ended");
+  return 0;
+}

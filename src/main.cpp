@@ -1,0 +1,5 @@
+#include "Pelorus.h"
+
+int main() {
+  return PelorusMain();
+}
