@@ -1,6 +1,8 @@
 #include "TestLog.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <fstream>
 
 #include <fcntl.h>
@@ -10,6 +12,9 @@
 namespace {
 
 constexpr char kFile[] = "/run/test.log";
+constexpr char kDaemonTag[] = "/PELORUS_LOG";
+constexpr char kSystemMark[] = "(system)";
+constexpr char kEndOfPlace[] = ") > ";
 int g_real_stderr = -1;
 
 GLogWriterOutput WriteToRealStderr(GLogLevelFlags level, const GLogField* fields, gsize count,
@@ -17,6 +22,15 @@ GLogWriterOutput WriteToRealStderr(GLogLevelFlags level, const GLogField* fields
   g_autofree char* text = g_log_writer_format_fields(level, fields, count, FALSE);
   dprintf(g_real_stderr, "%s\n", text);
   return G_LOG_WRITER_HANDLED;
+}
+
+std::vector<std::string> RawLines() {
+  std::vector<std::string> lines;
+  std::ifstream file(kFile);
+  for (std::string line; std::getline(file, line);) {
+    lines.push_back(line);
+  }
+  return lines;
 }
 
 }  // namespace
@@ -33,26 +47,25 @@ void Start() {
 
 std::vector<std::string> Lines() {
   std::vector<std::string> lines;
-  std::ifstream file(kFile);
-  for (std::string line; std::getline(file, line);) {
-    const std::size_t slash = line.find('/');
+  for (const std::string& line : RawLines()) {
+    // "I/TAG: text", or "I/TAG(system): text"
     const std::size_t colon = line.find(": ");
-    if (slash == 1 && colon != std::string::npos) {
-      const bool is_system = line.compare(0, colon, line, 0, colon) == 0 &&
-                             line.substr(0, colon).find("(system)") != std::string::npos;
-      line = (is_system ? "(system)" : "") + line.substr(colon + 2);
+    if (line.size() < 2 || line[1] != '/' || colon == std::string::npos) {
+      lines.push_back(line);
+      continue;
     }
-    lines.push_back(line);
+    const bool is_system = std::string_view(line).substr(0, colon).ends_with(kSystemMark);
+    lines.push_back((is_system ? kSystemMark : "") + line.substr(colon + 2));
   }
   return lines;
 }
 
 std::vector<std::string> Messages() {
   std::vector<std::string> messages;
-  for (const std::string& line : Lines()) {
-    const std::size_t mark = line.find(") > ");
-    if (mark != std::string::npos) {
-      messages.push_back(line.substr(mark + 4));
+  for (const std::string& line : RawLines()) {
+    const std::size_t mark = line.find(kEndOfPlace);
+    if (line.compare(1, std::strlen(kDaemonTag), kDaemonTag) == 0 && mark != std::string::npos) {
+      messages.push_back(line.substr(mark + std::strlen(kEndOfPlace)));
     }
   }
   return messages;
@@ -73,8 +86,7 @@ void Clear() {
 }
 
 void Dump() {
-  std::ifstream file(kFile);
-  for (std::string line; std::getline(file, line);) {
+  for (const std::string& line : RawLines()) {
     dprintf(g_real_stderr, "  log: %s\n", line.c_str());
   }
 }

@@ -15,7 +15,7 @@ void Start();
 /// with "(system)".
 std::vector<std::string> Lines();
 
-/// The messages: what follows "FILE: FUNCTION(LINE) > " in the lines that have it.
+/// The daemon's own messages: what follows "FILE: FUNCTION(LINE) > " in the lines with its tag.
 std::vector<std::string> Messages();
 
 /// How many messages are exactly this.

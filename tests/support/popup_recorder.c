@@ -1,10 +1,17 @@
 /* Stands where the notification program stands: says in one line what it was started with, then stays
  * until it is ended, as a popup does that nobody has dismissed. */
 #include <fcntl.h>
+#include <signal.h>
 #include <stdio.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 int main(int argc, char** argv, char** environment) {
+  /* It must not outlive its test, nor hold the test's output open. */
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  close(STDOUT_FILENO);
+  close(STDERR_FILENO);
+
   char line[4096];
   int variables = 0;
   while (environment != NULL && environment[variables] != NULL) {

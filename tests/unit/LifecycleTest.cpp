@@ -1,0 +1,194 @@
+#include "Pelorus.h"
+
+#include <algorithm>
+
+#include <dlfcn.h>
+#include <glib.h>
+#include <gtest/gtest.h>
+
+#include "MainLoop.h"
+#include "NW_Common.h"
+#include "Popups.h"
+#include "TestLog.h"
+#include "VirtualClock.h"
+#include "VirtualTv.h"
+#include "vconf.h"
+#include "vconf_keys.h"
+
+using namespace std::chrono_literals;
+
+namespace {
+
+bool g_loop_fails = false;
+GMainLoop* g_loop = nullptr;
+
+}  // namespace
+
+// The daemon's loop, so that a test can end it, or refuse it.
+extern "C" GMainLoop* g_main_loop_new(GMainContext* context, gboolean is_running) {
+  if (g_loop_fails) {
+    return nullptr;
+  }
+  using Function = GMainLoop* (*)(GMainContext*, gboolean);
+  static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "g_main_loop_new"));
+  g_loop = real(context, is_running);
+  return g_loop;
+}
+
+namespace {
+
+/// Runs the daemon for so long in virtual time; `during` is called from its loop at once.
+int RunDaemonFor(
+    std::chrono::seconds duration, void (*during)() = [] {}) {
+  g_idle_add(
+      [](gpointer function) -> gboolean {
+        reinterpret_cast<void (*)()>(function)();
+        return G_SOURCE_REMOVE;
+      },
+      reinterpret_cast<gpointer>(during));
+  g_timeout_add(
+      static_cast<guint>(std::chrono::milliseconds(duration).count()),
+      [](gpointer) -> gboolean {
+        g_main_loop_quit(g_loop);
+        return G_SOURCE_REMOVE;
+      },
+      nullptr);
+  virtual_clock::SetHorizon(virtual_clock::Now() + duration + 1s);
+  const int result = PelorusMain();
+  virtual_clock::SetHorizon(std::nullopt);
+  return result;
+}
+
+/// The messages among `wanted`, in the order in which they were logged.
+std::vector<std::string> LoggedAmong(const std::vector<std::string>& wanted) {
+  std::vector<std::string> logged;
+  std::ranges::copy_if(
+      test_log::Messages(), std::back_inserter(logged),
+      [&](const std::string& message) { return std::ranges::find(wanted, message) != wanted.end(); });
+  return logged;
+}
+
+std::vector<std::string> Functions(const std::vector<VirtualTv::Call>& calls) {
+  std::vector<std::string> functions;
+  for (const auto& call : calls) {
+    functions.push_back(call.function + (call.arguments.empty() ? "" : " " + call.arguments.front()));
+  }
+  return functions;
+}
+
+TEST(Lifecycle, WithoutAMainLoopNothingIsStarted) {
+  VirtualTv& tv = VirtualTv::Instance();
+  g_loop_fails = true;
+  EXPECT_EQ(PelorusMain(), 0);
+  EXPECT_EQ(test_log::Messages(), (std::vector<std::string>{
+                                      " MAIN Launched.",
+                                      "Failed to create g_main_loop",
+                                      " Main Ended",
+                                  }));
+  EXPECT_TRUE(tv.Calls().empty());
+}
+
+TEST(Lifecycle, StartsAndStopsEachSubsystemInItsFixedOrder) {
+  EXPECT_EQ(RunDaemonFor(1s), 0);
+  const std::vector<std::string> landmarks{
+      " MAIN Launched.",
+      "On Pelorus Init ",
+      "[Start Ignore Timer] >>>",
+      "telephony-daemon is not running, Register vconf notify key changed.",
+      "bRegister = 1",
+      "On Terminate",
+      "Terminating >>",
+      "Cellular >> Terminating >>",
+      "bRegister = 0",
+      " Main Ended",
+  };
+  EXPECT_EQ(LoggedAmong(landmarks), landmarks);
+}
+
+TEST(Lifecycle, LeavesThePlatformInItsFixedOrder) {
+  VirtualTv& tv = VirtualTv::Instance();
+  RunDaemonFor(1s, [] { VirtualTv::Instance().ClearCalls(); });
+  EXPECT_EQ(Functions(tv.Calls()), (std::vector<std::string>{
+                                       "connection_destroy",
+                                       "vconf_ignore_key_changed memory/menu/network/notify_pelorus",
+                                       "vconf_ignore_key_changed db/was/factory_reset",
+                                       "vconf_ignore_key_changed db/menu/network/launchNS",
+                                   }));
+}
+
+TEST(Lifecycle, UsesThePlatformInItsFixedOrder) {
+  VirtualTv::Instance();
+  static std::vector<VirtualTv::Call> started;
+  RunDaemonFor(1s, [] { started = VirtualTv::Instance().Calls(); });
+  EXPECT_EQ(Functions(started), (std::vector<std::string>{
+                                    "platform_start",
+                                    "connection_create",
+                                    "connection_set_ethernet_cable_state_chaged_cb",
+                                    "vconf_notify_key_changed memory/menu/network/notify_pelorus",
+                                    "vconf_get_bool memory/telephony/telephony_ready",
+                                    "vconf_notify_key_changed memory/telephony/telephony_ready",
+                                    "vconf_notify_key_changed db/was/factory_reset",
+                                    "vconf_notify_key_changed db/menu/network/launchNS",
+                                    "vconf_set_int db/menu/network/networkapp_status",
+                                }));
+}
+
+TEST(Lifecycle, ResetsTheStatusOfTheSettingsApplication) {
+  vconf_set_int(vconf_keys::kNetworkAppStatus, 7);
+  RunDaemonFor(1s);
+  int status = -1;
+  EXPECT_EQ(vconf_get_int(vconf_keys::kNetworkAppStatus, &status), VCONF_OK);
+  EXPECT_EQ(status, 0);
+  EXPECT_FALSE(test_log::Has("Vconf Error"));
+}
+
+TEST(Lifecycle, AStatusThatCannotBeResetIsLoggedAndTheDaemonRuns) {
+  VirtualTv::Instance().Fail("vconf_set_int", VCONF_ERROR, 1);
+  static bool ran = false;
+  EXPECT_EQ(RunDaemonFor(1s, [] { ran = true; }), 0);
+  EXPECT_TRUE(test_log::Has("Vconf Error"));
+  EXPECT_TRUE(ran);
+}
+
+class EveryFailure : public testing::TestWithParam<const char*> {};
+
+TEST_P(EveryFailure, AtStartStopsNoLaterStep) {
+  VirtualTv::Instance().Fail(GetParam(), -1, VirtualTv::kForGood);
+  static bool ran = false;
+  EXPECT_EQ(RunDaemonFor(60s, [] { ran = true; }), 0);
+  EXPECT_TRUE(ran);
+  EXPECT_TRUE(test_log::Has("bRegister = 1"));
+  EXPECT_EQ(test_log::Messages().back(), " Main Ended");
+}
+
+INSTANTIATE_TEST_SUITE_P(OfThePlatform, EveryFailure,
+                         testing::Values("platform_start", "connection_create",
+                                         "connection_set_ethernet_cable_state_chaged_cb",
+                                         "connection_destroy", "tel_init", "tel_deinit",
+                                         "tel_get_property_int", "tel_register_noti_event",
+                                         "vconf_get_int", "vconf_get_bool", "vconf_get_str",
+                                         "vconf_set_int", "vconf_set_str", "vconf_notify_key_changed",
+                                         "vconf_ignore_key_changed", "system_info_get_custom_bool",
+                                         "system_info_get_custom_int"),
+                         [](const auto& case_info) { return std::string(case_info.param); });
+
+TEST(Lifecycle, TheRunningDaemonAnswersFactoryResetInstantOnAndTheSettingsScreen) {
+  RunDaemonFor(100s, [] {
+    vconf_set_int(vconf_keys::kFactoryReset, 0);
+    vconf_set_str(vconf_keys::kNotifyPelorus, "instant_on");
+    vconf_set_str(vconf_keys::kLaunchNS, "LaunchNS");
+  });
+  EXPECT_TRUE(test_log::Has("SetwellDaemon::power_off_clb"));
+  EXPECT_TRUE(test_log::Has("instant off vconf result =>instant_on"));
+  EXPECT_TRUE(test_log::Has(" Vconf [LaunchNS]"));
+}
+
+TEST(Log, EveryLineNamesItsFileFunctionAndLine) {
+  g_loop_fails = true;
+  PelorusMain();
+  const std::string line = test_log::Lines().at(0);
+  EXPECT_TRUE(line.starts_with("Pelorus.cpp: PelorusMain(")) << line;
+  EXPECT_TRUE(line.ends_with(") >  MAIN Launched.")) << line;
+}
+
+}  // namespace
