@@ -35,7 +35,9 @@ int OnParseError(const CLI::App& app, const CLI::ParseError& error) {
   }
   const std::vector<std::string> unexpected = app.remaining();
   if (app.get_subcommands().empty() && !unexpected.empty()) {
-    Complain("unknown command '" + unexpected.front() + "'" + NearCommand(app, unexpected.front()));
+    const std::string& first = unexpected.front();
+    const char* kind = first.starts_with("-") ? "option" : "command";
+    Complain(std::string("unknown ") + kind + " '" + first + "'" + NearCommand(app, first));
   } else {
     Complain(error.what());
   }
