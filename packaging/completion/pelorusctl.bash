@@ -1,0 +1,78 @@
+# Completion of pelorusctl for bash. Keys come from the program, so that they are those of the
+# installed version and, for keys outside the catalogue, of this machine's store.
+
+_pelorusctl_keys() {
+  local options=()
+  [[ -n $1 ]] && options=(--settings "$1")
+  "${COMP_WORDS[0]}" "${options[@]}" list --names --all 2>/dev/null ||
+    "${COMP_WORDS[0]}" list --names 2>/dev/null
+}
+
+_pelorusctl_tv() {
+  local word=$1
+  shift
+  case "$#:$*" in
+    0:) COMPREPLY=($(compgen -W "cable dongle telephony feature fail heal status calls play" -- "$word")) ;;
+    1:cable) COMPREPLY=($(compgen -W "plug unplug" -- "$word")) ;;
+    1:dongle) COMPREPLY=($(compgen -W "insert remove" -- "$word")) ;;
+    1:telephony) COMPREPLY=($(compgen -W "start stop" -- "$word")) ;;
+    1:feature) COMPREPLY=($(compgen -W "set" -- "$word")) ;;
+    1:play) COMPREPLY=($(compgen -f -- "$word")) ;;
+    3:fail*) COMPREPLY=($(compgen -W "--times" -- "$word")) ;;
+  esac
+}
+
+_pelorusctl() {
+  local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+  COMPREPLY=()
+  case $previous in
+    --settings)
+      COMPREPLY=($(compgen -d -- "$word"))
+      return
+      ;;
+    --type)
+      COMPREPLY=($(compgen -W "int bool string" -- "$word"))
+      return
+      ;;
+    --count | --times) return ;;
+  esac
+
+  # The words before the cursor that are neither options nor values of options.
+  local words=() settings="" i
+  for ((i = 1; i < COMP_CWORD; ++i)); do
+    case ${COMP_WORDS[i]} in
+      --settings)
+        ((++i))
+        settings=${COMP_WORDS[i]}
+        ;;
+      --type | --count | --times) ((++i)) ;;
+      -*) ;;
+      *) words+=("${COMP_WORDS[i]}") ;;
+    esac
+  done
+  local command=${words[0]-}
+
+  if [[ $word == -* ]]; then
+    local options="--help --settings"
+    case $command in
+      "") options+=" --version" ;;
+      get) options+=" --raw --json" ;;
+      set) options+=" --type" ;;
+      list) options+=" --all --json --names" ;;
+      watch) options+=" --count --json" ;;
+      tv) [[ ${words[1]-} == fail ]] && options+=" --times" ;;
+    esac
+    COMPREPLY=($(compgen -W "$options" -- "$word"))
+    return
+  fi
+
+  case $command:${#words[@]} in
+    :0) COMPREPLY=($(compgen -W "get set list watch tv" -- "$word")) ;;
+    get:1 | set:1 | list:1 | watch:*)
+      COMPREPLY=($(compgen -W "$(_pelorusctl_keys "$settings")" -- "$word"))
+      ;;
+    tv:*) _pelorusctl_tv "$word" "${words[@]:1}" ;;
+  esac
+}
+
+complete -F _pelorusctl pelorusctl
