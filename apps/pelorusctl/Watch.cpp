@@ -1,8 +1,8 @@
 #include "Watch.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <set>
 
 #include <glib-unix.h>
 
@@ -81,10 +81,7 @@ struct Watching {
 
 int WatchSettings(const WatchOptions& options) {
   Watching watching(options);
-  std::vector<std::string> names(options.keys);
-  std::ranges::sort(names);
-  const auto repeated = std::ranges::unique(names);
-  names.erase(repeated.begin(), repeated.end());
+  const std::set<std::string> names(options.keys.begin(), options.keys.end());
 
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   g_unix_signal_add(SIGINT, Watching::OnInterrupted, &watching);
