@@ -1,7 +1,7 @@
 #include "Watch.h"
 
 #include <cstdio>
-#include <memory>
+#include <list>
 #include <set>
 
 #include <glib-unix.h>
@@ -41,6 +41,16 @@ std::string Line(const std::string& key, bool json) {
   return ToLine(document);
 }
 
+/// To watch a key that nobody knows is allowed, and most often a slip.
+void WarnOfMisspelling(const std::string& key) {
+  if (catalogue::Find(key) != nullptr) {
+    return;
+  }
+  if (const auto suggestion = catalogue::SuggestionText(key); !suggestion.empty()) {
+    Complain(key + " is not in the catalogue" + suggestion);
+  }
+}
+
 /// One run of the command; lives on the stack of WatchSettings() while its loop runs.
 struct Watching {
   struct Key {
@@ -49,6 +59,9 @@ struct Watching {
   };
 
   explicit Watching(const WatchOptions& chosen) : options(chosen) {}
+  ~Watching() { g_main_loop_unref(loop); }
+  Watching(const Watching&) = delete;
+  Watching& operator=(const Watching&) = delete;
 
   static void OnWritten(keynode_t* /*node*/, void* key) {
     const auto* written = static_cast<Key*>(key);
@@ -87,23 +100,16 @@ int WatchSettings(const WatchOptions& options) {
   g_unix_signal_add(SIGINT, Watching::OnInterrupted, &watching);
   g_unix_signal_add(SIGTERM, Watching::OnInterrupted, &watching);
 
-  std::vector<std::unique_ptr<Watching::Key>> keys;
+  std::list<Watching::Key> keys;  // stay where they are: the watches point at them
   for (const std::string& name : names) {
-    if (catalogue::Find(name) == nullptr) {
-      if (const std::string suggestion = catalogue::SuggestionText(name); !suggestion.empty()) {
-        Complain(name + " is not in the catalogue" + suggestion);
-      }
-    }
-    keys.push_back(std::make_unique<Watching::Key>(name, &watching));
-    const int error =
-        SettingsWatcher::Instance().Watch(name.c_str(), Watching::OnWritten, keys.back().get());
+    WarnOfMisspelling(name);
+    keys.push_back({name, &watching});
+    const int error = SettingsWatcher::Instance().Watch(name.c_str(), Watching::OnWritten, &keys.back());
     if (error != 0) {
       Complain("cannot watch " + name + ": " + g_strerror(error));
-      g_main_loop_unref(watching.loop);
       return exit_codes::kFailed;
     }
   }
   g_main_loop_run(watching.loop);
-  g_main_loop_unref(watching.loop);
   return exit_codes::kDone;
 }

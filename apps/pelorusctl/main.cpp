@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -45,9 +46,7 @@ int OnParseError(const CLI::App& app, const CLI::ParseError& error) {
   return exit_codes::kUsage;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int RunCommandLine(int argc, char** argv) {
   CLI::App app("Reads, writes and watches the settings of Pelorus, and operates its virtual TV.",
                "pelorusctl");
   int exit_code = exit_codes::kDone;
@@ -69,4 +68,15 @@ int main(int argc, char** argv) {
     return exit_codes::kFailed;
   }
   return exit_code;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return RunCommandLine(argc, argv);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "pelorusctl: %s\n", error.what());
+    return exit_codes::kFailed;
+  }
 }
