@@ -1,0 +1,92 @@
+#pragma once
+
+#include <deque>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Cable.h"
+#include "Telephony.h"
+
+/// A TV without hardware, in a room where things are plugged and pulled: what stands behind the
+/// platform functions of this backend. One TV a process, built on first use and never destroyed, so
+/// that no order of static objects matters. Main-loop thread only, but for the record of calls and the
+/// failures, which any thread may meet.
+///
+/// A new TV has no cable, no dongle, no telephony service, and the features of its key file (see
+/// SystemInfo). Events reach the program on the main loop, after the latency of their kind.
+class VirtualTv {
+ public:
+  static VirtualTv& Instance();
+
+  /// Plugging what is plugged, and removing what is not there, is no event.
+  void PlugCable() { m_cable.SetAttached(true); }
+  void UnplugCable() { m_cable.SetAttached(false); }
+  void InsertDongle() { m_telephony.SetDongle(true); }
+  void RemoveDongle() { m_telephony.SetDongle(false); }
+
+  /// The telephony service comes and goes; both write "memory/telephony/telephony_ready". Without it
+  /// nothing is heard of the dongle, and sessions with it fail.
+  void StartTelephony() { m_telephony.SetRunning(true); }
+  void StopTelephony() { m_telephony.SetRunning(false); }
+
+  /// Sends a cable event with any state, also one that no cable has, and leaves the cable as it is.
+  void EmitCableState(int state) { m_cable.Emit(state); }
+
+  /// Makes this TV another model.
+  /// @param name   of a feature, such as "network.network_support", or a whole key with its group
+  /// @param value  as in the key file: "true", "3"
+  void SetFeature(const std::string& name, const std::string& value);
+
+  enum class EventKind {
+    kCable,   ///< from the plug to the callback
+    kDongle,  ///< from the socket to the callback
+  };
+  /// For the events from now on; 10 ms until it is set.
+  void SetLatency(EventKind kind, unsigned milliseconds);
+  [[nodiscard]] unsigned LatencyMs(EventKind kind);
+
+  static constexpr int kForGood = -1;
+  /// Lets a platform function answer with a code without doing anything. One that returns a pointer
+  /// answers null, one of the settings store that reads answers that there is no value.
+  /// @param times  how many of its next calls, or kForGood
+  void Fail(const std::string& function, int code, int times = kForGood);
+  void StopFailing(const std::string& function);
+
+  struct Call {
+    std::string function;
+    std::vector<std::string> arguments;  ///< as text; handles and out parameters left out
+    bool operator==(const Call&) const = default;
+  };
+  /// The calls of platform functions, refused ones included, oldest first; at most the last kMostCalls.
+  [[nodiscard]] std::vector<Call> Calls();
+  [[nodiscard]] std::vector<Call> Calls(std::string_view function);
+  void ClearCalls();
+  static constexpr std::size_t kMostCalls = 10'000;
+
+  struct Failure {
+    int code;
+    int times;  ///< left, or kForGood
+  };
+  [[nodiscard]] std::map<std::string, Failure, std::less<>> Failures();
+  [[nodiscard]] const std::map<std::string, std::string>& Features() const { return m_features; }
+
+  [[nodiscard]] Cable& GetCable() { return m_cable; }
+  [[nodiscard]] Telephony& GetTelephony() { return m_telephony; }
+
+ private:
+  VirtualTv();
+  static std::optional<int> OnCall(std::string_view function, std::vector<std::string> arguments);
+  [[nodiscard]] DeliveryLine& LineOf(EventKind kind);
+
+  Cable m_cable;
+  Telephony m_telephony;
+  std::map<std::string, std::string> m_features;  // those that were set here, by whole key
+
+  std::mutex m_calls_mutex;  // guards the two below
+  std::deque<Call> m_calls;
+  std::map<std::string, Failure, std::less<>> m_failures;
+};
