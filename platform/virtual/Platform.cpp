@@ -1,7 +1,18 @@
 #include "platform.h"
 
+#include <memory>
+#include <string>
+
 #include "CallGate.h"
+#include "ControlSocket.h"
+#include "PlatformLog.h"
 #include "VirtualTv.h"
+
+namespace {
+
+std::unique_ptr<ControlSocket> g_door;  // from the platform's start to its stop
+
+}  // namespace
 
 int platform_start() {
   VirtualTv& tv = VirtualTv::Instance();
@@ -10,11 +21,21 @@ int platform_start() {
   }
   tv.GetCable().Line().Open();
   tv.GetTelephony().Line().Open();
+  if (g_door != nullptr) {
+    return 0;
+  }
+  std::string error;
+  g_door = ControlSocket::Open(tv, ControlSocket::ConfiguredPath(), error);
+  if (g_door == nullptr) {
+    PLATFORM_LOG(DLOG_ERROR, "this TV cannot be driven from outside: %s", error.c_str());
+    return -1;
+  }
   return 0;
 }
 
 void platform_stop() {
   VirtualTv& tv = VirtualTv::Instance();
+  g_door.reset();
   tv.GetCable().Line().Close();
   tv.GetTelephony().Line().Close();
 }
