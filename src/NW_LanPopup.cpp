@@ -58,7 +58,7 @@ void ethernet_state_changed_cb(connection_ethernet_cable_state_e state, void* /*
   if (state == CONNECTION_ETHERNET_CABLE_ATTACHED) {
     GetNotiInstance()->ShowLanCablePopup(true);
   } else if (state == CONNECTION_ETHERNET_CABLE_DETACHED) {
-    NW_LOG("GOT DETACHED Event ");
+    NW_LOG("GOT DETTACHED Event ");
     GetNotiInstance()->ShowLanCablePopup(false);
   }
 }
