@@ -57,7 +57,11 @@ extern "C" int clock_gettime(clockid_t clock, timespec* time) {
 
 // What is ready wins; else, instead of sleeping, the clock jumps to the end of the sleep or to the
 // horizon, whichever is nearer. A poll that may not jump waits for the real world, a little at a time.
+// Only the main loop's thread moves the clock: GLib's own worker threads sleep without a limit.
 extern "C" int poll(pollfd* fds, nfds_t count, int timeout_ms) {
+  if (gettid() != getpid()) {
+    return RealPoll(fds, count, timeout_ms);
+  }
   const int ready = RealPoll(fds, count, 0);
   if (ready != 0 || timeout_ms == 0) {
     return ready;
