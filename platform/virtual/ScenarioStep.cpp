@@ -1,0 +1,120 @@
+#include "ScenarioStep.h"
+
+#include <cstdlib>
+#include <memory>
+
+#include <glib.h>
+
+#include "ScenarioRequest.h"
+#include "SettingsFile.h"
+
+namespace scenario {
+namespace {
+
+using Kind = Step::Kind;
+
+Outcome Done() {
+  return {Outcome::Kind::kDone, ""};
+}
+
+Outcome Unmet(std::string why) {
+  return {Outcome::Kind::kUnmet, std::move(why)};
+}
+
+Outcome DoneIf(bool is_so, const std::string& otherwise) {
+  return is_so ? Done() : Unmet(otherwise);
+}
+
+/// What a hand with an editor, or a failing disk, leaves in a key's file.
+Outcome WriteRaw(const Step& step) {
+  const auto path = settings::PathOf(step.subject.c_str());
+  if (!path) {
+    return Unmet("no such key can be");
+  }
+  g_autofree char* directory = g_path_get_dirname(path->c_str());
+  g_mkdir_with_parents(directory, 0775);
+  g_autoptr(GError) error = nullptr;
+  g_file_set_contents(path->c_str(), step.value.data(), static_cast<gssize>(step.value.size()), &error);
+  return DoneIf(error == nullptr, error == nullptr ? "" : error->message);
+}
+
+Outcome Set(const Step& step) {
+  if (step.type == "raw") {
+    return WriteRaw(step);
+  }
+  GVariant* value = step.type == "int"    ? g_variant_new_int32(*ParseNumber(step.value))
+                    : step.type == "bool" ? g_variant_new_boolean(step.value == "true")
+                                          : settings::FromText(step.value.c_str());
+  const int error = settings::Write(step.subject.c_str(), value);
+  return DoneIf(error == 0, g_strerror(error));
+}
+
+Outcome ExpectKey(const Step& step) {
+  const auto value = ReadKey(step.subject);
+  return DoneIf(value == step.value, value ? "it is \"" + *value + "\"" : "it has no value");
+}
+
+Outcome ExpectNoKey(const Step& step) {
+  const auto value = ReadKey(step.subject);
+  return DoneIf(!value, "it is \"" + value.value_or("") + "\"");
+}
+
+Outcome AskTv(const Step& step, const Ask& ask) {
+  const Json::Value answer = ask(step.request);
+  return DoneIf(answer["ok"].asBool(), answer["error"].asString());
+}
+
+Outcome ExpectCalls(const Step& step, const Ask& ask) {
+  Json::Value request;
+  request["do"] = "calls";
+  request["function"] = step.subject;
+  const Json::Value answer = ask(request);
+  if (!answer["ok"].asBool()) {
+    return Unmet(answer["error"].asString());
+  }
+  const int count = static_cast<int>(answer["calls"].size());
+  return DoneIf(count == step.count, "it was called " + std::to_string(count) + " times");
+}
+
+}  // namespace
+
+std::optional<std::string> ReadKey(const std::string& key) {
+  g_autoptr(GVariant) value = settings::Read(key.c_str(), nullptr);
+  if (value == nullptr) {
+    return std::nullopt;
+  }
+  if (char* text = settings::ToText(g_variant_ref(value)); text != nullptr) {
+    const std::unique_ptr<char, decltype(&std::free)> owned(text, std::free);
+    return text;
+  }
+  g_autofree char* printed = g_variant_print(value, FALSE);
+  return printed;
+}
+
+Outcome Play(const Step& step, const Ask& ask) {
+  switch (step.kind) {
+    case Kind::kTv:
+      return AskTv(step, ask);
+    case Kind::kSet:
+      return Set(step);
+    case Kind::kExpectKey:
+      return ExpectKey(step);
+    case Kind::kExpectNoKey:
+      return ExpectNoKey(step);
+    case Kind::kExpectCalls:
+      return ExpectCalls(step, ask);
+    case Kind::kClosePopup:
+    case Kind::kRemovePopupProgram:
+    case Kind::kCreateFile:
+    case Kind::kExpectPopup:
+    case Kind::kExpectNoPopup:
+    case Kind::kExpectLog:
+    case Kind::kExpectNoLog:
+    case Kind::kExpectFile:
+    case Kind::kExpectNoFile:
+      return {Outcome::Kind::kNotOurs, ""};
+  }
+  return {Outcome::Kind::kNotOurs, ""};
+}
+
+}  // namespace scenario
