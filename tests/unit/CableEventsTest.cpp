@@ -51,7 +51,7 @@ TEST_F(CableEvents, PulledShowsDetached) {
   m_tv.UnplugCable();
   Settle();
   popups::WaitForStarted(2);
-  EXPECT_TRUE(test_log::Has("GOT DETACHED Event "));
+  EXPECT_TRUE(test_log::Has("GOT DETTACHED Event "));
   EXPECT_EQ(popups::Keywords(), (Keywords{"ethernet_attached", "ethernet_detached"}));
 }
 
