@@ -33,6 +33,18 @@ std::vector<std::string> RawLines() {
   return lines;
 }
 
+/// @param tag  how a line goes on after its priority
+std::vector<std::string> MessagesOf(const std::string& tag) {
+  std::vector<std::string> messages;
+  for (const std::string& line : RawLines()) {
+    const std::size_t mark = line.find(kEndOfPlace);
+    if (line.size() > 1 && line.compare(1, tag.size(), tag) == 0 && mark != std::string::npos) {
+      messages.push_back(line.substr(mark + std::strlen(kEndOfPlace)));
+    }
+  }
+  return messages;
+}
+
 }  // namespace
 
 namespace test_log {
@@ -61,18 +73,11 @@ std::vector<std::string> Lines() {
 }
 
 std::vector<std::string> Messages() {
-  std::vector<std::string> messages;
-  for (const std::string& line : RawLines()) {
-    const std::size_t mark = line.find(kEndOfPlace);
-    if (line.compare(1, std::strlen(kDaemonTag), kDaemonTag) == 0 && mark != std::string::npos) {
-      messages.push_back(line.substr(mark + std::strlen(kEndOfPlace)));
-    }
-  }
-  return messages;
+  return MessagesOf(kDaemonTag);
 }
 
 std::size_t Count(std::string_view message) {
-  return static_cast<std::size_t>(std::ranges::count(Messages(), message));
+  return static_cast<std::size_t>(std::ranges::count(MessagesOf("/"), message));
 }
 
 bool Has(std::string_view message) {

@@ -18,7 +18,7 @@ std::vector<std::string> Lines();
 /// The daemon's own messages: what follows "FILE: FUNCTION(LINE) > " in the lines with its tag.
 std::vector<std::string> Messages();
 
-/// How many messages are exactly this.
+/// How many messages, the daemon's and the platform's, are exactly this.
 std::size_t Count(std::string_view message);
 
 bool Has(std::string_view message);

@@ -142,7 +142,7 @@ TEST(IgnoreCondition, DropsTheCableOfAModelWithoutWiredNetwork) {
 TEST(IgnoreCondition, ShowsTheCableInsideTheWindowAndWhileInstantOff) {
   VirtualTv::Instance().SetFeature(kWiredSupport, "3");
   RegisterIgnorePopup();
-  RunLoopFor(10s);
+  RunLoopFor(11s);
   test_log::Clear();
   EXPECT_FALSE(IsIgnoreCondition(eNetworkTypeWired));
   EXPECT_EQ(test_log::Messages(), (std::vector<std::string>{
@@ -171,7 +171,7 @@ TEST(IgnoreCondition, TakesAFailedQueryForAWiredModel) {
 TEST(IgnoreCondition, NeverDropsTheDongle) {
   VirtualTv::Instance().SetFeature(kWiredSupport, "0");
   RegisterIgnorePopup();
-  RunLoopFor(20s);
+  RunLoopFor(21s);
   test_log::Clear();
   EXPECT_FALSE(IsIgnoreCondition(eNetworkTypeCellular));
   EXPECT_EQ(test_log::Messages(), (std::vector<std::string>{
@@ -186,7 +186,7 @@ TEST(IgnoreCondition, TheWiredReferenceStaysThirtySecondsAfterInstantOn) {
   VirtualTv::Instance().SetFeature(kWiredSupport, "1");
   RegisterIgnorePopup();
   PowerManagerSays("instant_on");
-  RunLoopFor(30s);
+  RunLoopFor(31s);
   test_log::Clear();
   IsIgnoreCondition(eNetworkTypeWired);
   EXPECT_EQ(test_log::Messages(),
