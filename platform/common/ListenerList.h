@@ -1,6 +1,6 @@
 #pragma once
 
-#include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -30,8 +30,12 @@ class ListenerList {
   ListenerList() = default;
   ListenerList(const ListenerList&) = delete;
   ListenerList& operator=(const ListenerList&) = delete;
-  ListenerList(ListenerList&&) = default;
-  ListenerList& operator=(ListenerList&&) = default;
+  ListenerList(ListenerList&&) noexcept = default;
+  ListenerList& operator=(ListenerList&& other) noexcept {
+    ListenerList taken(std::move(other));
+    std::swap(m_entries, taken.m_entries);  // the listeners that were here end with `taken`
+    return *this;
+  }
   ~ListenerList() {
     for (const auto& entry : m_entries) {
       entry->removed = true;

@@ -1,9 +1,12 @@
 #include "LogFormat.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
 namespace {
+
+constexpr int kWidest = 1'000'000;
 
 /// The buffer as far as it goes, and the length the text would have had.
 class Writer {
@@ -57,11 +60,11 @@ struct Arguments {
 
 const char* ReadNumber(const char* p, int& number, Arguments& arguments) {
   if (*p == '*') {
-    number = va_arg(arguments.list, int);
+    number = std::clamp(va_arg(arguments.list, int), -kWidest, kWidest);
     return p + 1;
   }
   for (number = 0; *p >= '0' && *p <= '9'; ++p) {
-    number = number * 10 + (*p - '0');
+    number = std::min(number * 10 + (*p - '0'), kWidest);
   }
   return p;
 }
@@ -165,8 +168,9 @@ void PutText(Writer& out, const Conversion& conversion, const char* text, std::s
   }
 }
 
+/// @param leading_zero  whether the digits must begin with one, however many there are
 void PutNumber(Writer& out, const Conversion& conversion, std::uintmax_t value, unsigned base,
-               bool upper, const char* prefix) {
+               const char* prefix, bool upper = false, bool leading_zero = false) {
   const char* digits = upper ? "0123456789ABCDEF" : "0123456789abcdef";
   char text[sizeof(value) * 3];
   char* const end = text + sizeof text;
@@ -177,6 +181,9 @@ void PutNumber(Writer& out, const Conversion& conversion, std::uintmax_t value, 
   const int digit_count = static_cast<int>(end - first);
   const int prefix_length = static_cast<int>(std::strlen(prefix));
   int zeros = (conversion.precision < 0 ? 1 : conversion.precision) - digit_count;
+  if (leading_zero && zeros < 1) {
+    zeros = 1;
+  }
   if (conversion.zero && !conversion.left && conversion.precision < 0) {
     zeros = conversion.width - prefix_length - digit_count > zeros
                 ? conversion.width - prefix_length - digit_count
@@ -198,7 +205,7 @@ void PutSigned(Writer& out, const Conversion& conversion, std::intmax_t value) {
   const char* sign = value < 0 ? "-" : conversion.plus ? "+" : conversion.space ? " " : "";
   const auto magnitude = value < 0 ? std::uintmax_t{0} - static_cast<std::uintmax_t>(value)
                                    : static_cast<std::uintmax_t>(value);
-  PutNumber(out, conversion, magnitude, 10, false, sign);
+  PutNumber(out, conversion, magnitude, 10, sign);
 }
 
 /// @return false for a conversion that is not known
@@ -212,22 +219,28 @@ bool PutConversion(Writer& out, Conversion conversion, char kind, Arguments& arg
       PutSigned(out, conversion, SignedArgument(conversion.length, arguments));
       return true;
     case 'u':
-      PutNumber(out, conversion, UnsignedArgument(conversion.length, arguments), 10, false, "");
+      PutNumber(out, conversion, UnsignedArgument(conversion.length, arguments), 10, "");
       return true;
     case 'o':
-      PutNumber(out, conversion, UnsignedArgument(conversion.length, arguments), 8, false, "");
+      PutNumber(out, conversion, UnsignedArgument(conversion.length, arguments), 8, "", false,
+                conversion.alternate);
       return true;
     case 'x':
     case 'X': {
       const std::uintmax_t value = UnsignedArgument(conversion.length, arguments);
       const char* prefix = conversion.alternate && value != 0 ? (kind == 'x' ? "0x" : "0X") : "";
-      PutNumber(out, conversion, value, 16, kind == 'X', prefix);
+      PutNumber(out, conversion, value, 16, prefix, kind == 'X');
       return true;
     }
-    case 'p':
-      PutNumber(out, conversion, reinterpret_cast<std::uintptr_t>(va_arg(arguments.list, void*)), 16,
-                false, "0x");
+    case 'p': {
+      const void* pointer = va_arg(arguments.list, void*);
+      if (pointer == nullptr) {
+        PutText(out, conversion, "(nil)", 5);
+      } else {
+        PutNumber(out, conversion, reinterpret_cast<std::uintptr_t>(pointer), 16, "0x");
+      }
       return true;
+    }
     case 'c': {
       const char c = static_cast<char>(va_arg(arguments.list, int));
       PutText(out, conversion, &c, 1);

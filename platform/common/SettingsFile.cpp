@@ -14,7 +14,7 @@
 namespace settings {
 namespace {
 
-constexpr std::size_t kLargestFile = 1 << 20;
+constexpr std::size_t kLargestFile = 1 << 20;  // bounds the time that a read can take
 constexpr int kWritersAtATime = 64;
 
 class FileDescriptor {
@@ -70,7 +70,8 @@ bool IsAcceptable(const char* key) {
 std::optional<std::string> ReadWhole(const char* path) {
   // Non-blocking, so that a pipe somebody put there cannot stop the main loop.
   const FileDescriptor file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
-  if (!file.ok()) {
+  struct stat status;
+  if (!file.ok() || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
     return std::nullopt;
   }
   std::string content;
@@ -80,7 +81,7 @@ std::optional<std::string> ReadWhole(const char* path) {
     if (length < 0 && errno == EINTR) {
       continue;
     }
-    if (length < 0 || content.size() > kLargestFile) {
+    if (length < 0 || content.size() + static_cast<std::size_t>(length) > kLargestFile) {
       return std::nullopt;
     }
     content.append(chunk, static_cast<std::size_t>(length));
@@ -88,6 +89,11 @@ std::optional<std::string> ReadWhole(const char* path) {
       return content;
     }
   }
+}
+
+/// A line without its end is the head of a longer one, and its value may be another: "1" of "12".
+bool IsOneLine(std::string_view content) {
+  return !content.empty() && content.find('\n') == content.size() - 1;
 }
 
 bool WriteWhole(int fd, std::string_view content) {
@@ -108,8 +114,8 @@ bool WriteWhole(int fd, std::string_view content) {
 bool IsFileAt(int fd, const char* path) {
   struct stat opened;
   struct stat named;
-  return fstat(fd, &opened) == 0 && lstat(path, &named) == 0 && opened.st_ino == named.st_ino &&
-         opened.st_dev == named.st_dev;
+  return fstat(fd, &opened) == 0 && S_ISREG(opened.st_mode) && lstat(path, &named) == 0 &&
+         opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
 }
 
 /// Writes to a locked temporary file beside the key and renames it over the key. The temporary names are
@@ -117,7 +123,7 @@ bool IsFileAt(int fd, const char* path) {
 /// another, and what killed writers leave behind is used again and does not grow.
 int Replace(const std::string& path, std::string_view content, bool durable) {
   const std::size_t slash = path.rfind('/');
-  for (int slot = 0; slot < kWritersAtATime;) {
+  for (int slot = 0; slot < kWritersAtATime; ++slot) {
     char temporary[PATH_MAX];
     if (std::snprintf(temporary, sizeof temporary, "%.*s/.%s.%d", static_cast<int>(slash), path.c_str(),
                       path.c_str() + slash + 1, slot) >= static_cast<int>(sizeof temporary)) {
@@ -126,17 +132,14 @@ int Replace(const std::string& path, std::string_view content, bool durable) {
     const FileDescriptor file(
         open(temporary, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0644));
     if (!file.ok()) {
-      if (errno == EACCES && access(temporary, F_OK) == 0) {
-        ++slot;  // left behind by another user
-        continue;
+      const int error = errno;
+      struct stat status;
+      if (error != ENOENT && error != EROFS && lstat(temporary, &status) == 0) {
+        continue;  // left behind by another user, or no file
       }
-      return errno;
+      return error;
     }
-    if (flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
-      ++slot;
-      continue;
-    }
-    if (!IsFileAt(file.get(), temporary)) {
+    if (flock(file.get(), LOCK_EX | LOCK_NB) != 0 || !IsFileAt(file.get(), temporary)) {
       continue;
     }
     if (ftruncate(file.get(), 0) != 0 || !WriteWhole(file.get(), content) ||
@@ -173,7 +176,7 @@ GVariant* Read(const char* key, const GVariantType* type) {
     return nullptr;
   }
   const auto text = ReadWhole(path->c_str());
-  if (!text) {
+  if (!text || !IsOneLine(*text)) {
     return nullptr;
   }
   GVariant* value = g_variant_parse(type, text->data(), text->data() + text->size(), nullptr, nullptr);
@@ -188,6 +191,9 @@ int Write(const char* key, GVariant* value) {
   }
   g_autofree char* printed = g_variant_print(owned, FALSE);
   const std::string line = std::string(printed) + "\n";
+  if (line.size() > kLargestFile) {
+    return EFBIG;
+  }
   const int error = Replace(*path, line, IsDurable(key));
   if (error != ENOENT) {
     return error;

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <glib.h>
 
@@ -27,6 +29,7 @@ class SettingsWatcher {
   struct Listener {
     vconf_callback_fn callback;
     void* user_data;
+    std::uint64_t since;  ///< number of the last event that came before it was registered
   };
   /// Shared, so that a key can be forgotten by a callback of its own.
   struct Key {
@@ -34,20 +37,32 @@ class SettingsWatcher {
     ListenerList<Listener> listeners;
   };
   struct Directory {
-    std::string path;
-    std::map<std::string, std::shared_ptr<Key>, std::less<>> keys;  // by file name
+    int watch = -1;                                    // inotify's; -1: not watched at present
+    std::map<std::string, std::shared_ptr<Key>> keys;  // by file name
   };
+  struct Event {
+    std::uint64_t number;
+    int watch;
+    std::uint32_t mask;
+    std::string name;
+  };
+  using Keys = std::vector<std::shared_ptr<Key>>;
 
   SettingsWatcher() = default;
   int Open();
-  int WatchDirectory(const std::string& path, int& watch);
-  static gboolean OnReadable(gint fd, GIOCondition condition, gpointer self);
-  void ReadEvents();
-  void OnEvent(int watch, std::uint32_t mask, const char* name);
+  int WatchDirectory(const std::string& path, Directory& directory);
+  void Unwatch(int watch);
+  bool ReadEvents();
+  void DeliverEvents();
+  void OnEvent(const Event& event);
+  void OnWritten(const Event& event);
+  void OnOverflow();
   void OnDirectoryGone(int watch);
-  void NotifyAll();
-  static void Notify(const std::shared_ptr<Key>& key);
+  static void Append(const Directory& directory, Keys& keys);
+  static void Notify(const Keys& keys, std::uint64_t number);
 
   int m_inotify = -1;
-  std::map<int, Directory> m_directories;  // by inotify watch
+  std::map<std::string, Directory> m_directories;  // by path
+  std::deque<Event> m_events;                      // read from the kernel, not delivered yet
+  std::uint64_t m_last_number = 0;
 };

@@ -1,5 +1,6 @@
 #include "SystemInfo.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -16,6 +17,17 @@ int ErrorOf(const GError* error) {
   const bool absent = g_error_matches(error, G_KEY_FILE_ERROR, G_KEY_FILE_ERROR_KEY_NOT_FOUND) ||
                       g_error_matches(error, G_KEY_FILE_ERROR, G_KEY_FILE_ERROR_GROUP_NOT_FOUND);
   return absent ? SYSTEM_INFO_ERROR_NOT_SUPPORTED : SYSTEM_INFO_ERROR_IO_ERROR;
+}
+
+/// Whether the key file can hold it: GLib takes other names for a mistake of the program.
+bool IsStorable(const std::string& group, const std::string& name) {
+  const auto has_any_of = [](const std::string& text, const char* characters) {
+    return text.find_first_of(characters) != std::string::npos ||
+           std::ranges::any_of(text, [](char c) { return g_ascii_iscntrl(c); });
+  };
+  return !group.empty() && !has_any_of(group, "[]") && !name.empty() && !has_any_of(name, "=[]") &&
+         name.front() != ' ' && name.back() != ' ' && name.front() != '#' &&
+         g_utf8_validate(group.c_str(), -1, nullptr) && g_utf8_validate(name.c_str(), -1, nullptr);
 }
 
 /// The name in the key file of a fact that the platform knows by number.
@@ -38,10 +50,12 @@ SystemInfo& SystemInfo::Instance() {
 
 SystemInfo::SystemInfo() : m_file(g_key_file_new()) {
   const char* configured = std::getenv(kFileVariable);
-  const char* path = configured != nullptr ? configured : kDefaultFile;
+  const char* path = configured != nullptr && *configured != '\0' ? configured : kDefaultFile;
   g_autoptr(GError) error = nullptr;
   if (!g_key_file_load_from_file(m_file, path, G_KEY_FILE_NONE, &error)) {
     PLATFORM_LOG(DLOG_WARN, "no facts about this model: %s: %s", path, error->message);
+    g_key_file_free(m_file);  // it may hold what stands before the line in error
+    m_file = g_key_file_new();
   }
 }
 
@@ -96,11 +110,11 @@ int SystemInfo::GetString(const char* key, std::string& value) {
   return ErrorOf(error);
 }
 
-void SystemInfo::Override(const std::string& key, const char* value) {
+bool SystemInfo::Override(const std::string& key, const char* value) {
   std::string group;
   std::string name;
-  if (Find(key.c_str(), group, name) != SYSTEM_INFO_ERROR_NONE) {
-    return;
+  if (Find(key.c_str(), group, name) != SYSTEM_INFO_ERROR_NONE || !IsStorable(group, name)) {
+    return false;
   }
   const std::lock_guard lock(m_mutex);
   if (value != nullptr) {
@@ -108,6 +122,7 @@ void SystemInfo::Override(const std::string& key, const char* value) {
   } else {
     g_key_file_remove_key(m_file, group.c_str(), name.c_str(), nullptr);
   }
+  return true;
 }
 
 int system_info_get_custom_bool(const char* key, bool* value) {

@@ -22,7 +22,8 @@ class SystemInfo {
 
   /// Sets or, with null, takes away a value for the rest of this process's life: how a simulated TV
   /// becomes another model.
-  void Override(const std::string& key, const char* value);
+  /// @return whether there can be a value of that name
+  bool Override(const std::string& key, const char* value);
 
  private:
   SystemInfo();

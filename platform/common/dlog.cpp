@@ -1,12 +1,11 @@
 #include "dlog.h"
 
+#include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdarg>
 #include <cstdint>
 #include <cstring>
-#include <initializer_list>
-
-#include <atomic>
 
 #include <sys/socket.h>
 #include <sys/uio.h>
@@ -107,12 +106,44 @@ bool SendToJournal(const Line& line) {
   return descriptor >= 0 && sendmsg(descriptor, &message, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0;
 }
 
+/// Where a text that is cut at `length` ends without half a UTF-8 character, for which a reader of the
+/// journal would be shown no text at all.
+std::size_t EndOfCharacters(const char* text, std::size_t length) {
+  std::size_t start = length;
+  while (start > 0 && length - start < 3 && (text[start - 1] & 0xC0) == 0x80) {
+    --start;
+  }
+  if (start == 0) {
+    return length;
+  }
+  const auto lead = static_cast<unsigned char>(text[start - 1]);
+  const std::size_t announced = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 1;
+  return announced > length - start + 1 ? start - 1 : length;
+}
+
 bool WriteToStandardError(const Line& line) {
-  char text[kLineBytes + 128];
-  std::size_t length = Format(text, sizeof text - 1, "%c/%.64s%s: %s", "VVVDIWEF"[line.priority & 7],
+  char text[kLineBytes];  // PIPE_BUF: so much goes into a pipe in one piece
+  static_assert(kLineBytes <= PIPE_BUF);
+  std::size_t length = Format(text, sizeof text, "%c/%.64s%s: %s", "VVVDIWEF"[line.priority & 7],
                               line.tag, line.buffer == LOG_ID_SYSTEM ? "(system)" : "", line.text);
+  if (length == sizeof text - 1) {
+    length = EndOfCharacters(text, length);
+  }
+  // One line each, so that no text from outside (the name of a network) can pass for a line of ours.
+  for (std::size_t i = 0; i < length; ++i) {
+    if (text[i] == '\n' || text[i] == '\r') {
+      text[i] = ' ';
+    }
+  }
   text[length++] = '\n';
-  return write(STDERR_FILENO, text, length) >= 0;
+  for (std::size_t done = 0; done < length;) {
+    const ssize_t written = write(STDERR_FILENO, text + done, length - done);
+    if (written < 0 && errno != EINTR) {
+      return false;
+    }
+    done += written < 0 ? 0 : static_cast<std::size_t>(written);
+  }
+  return true;
 }
 
 }  // namespace
@@ -131,7 +162,11 @@ int __dlog_print(log_id_t log_id, int priority, const char* tag, const char* fmt
     line.number = va_arg(arguments, int);
   }
   va_end(arguments);
-  line.length = length < sizeof text ? length : sizeof text - 1;
+  line.length = length;
+  if (length >= sizeof text) {
+    line.length = EndOfCharacters(text, sizeof text - 1);
+    text[line.length] = '\0';
+  }
 
   const bool taken = SendToJournal(line) || WriteToStandardError(line);
   errno = saved_errno;

@@ -8,7 +8,7 @@ extern "C" {
 #endif
 
 #define SYSTEM_INFO_ERROR_NONE 0
-#define SYSTEM_INFO_ERROR_INVALID_PARAMETER (-22)  ///< null key or null out parameter
+#define SYSTEM_INFO_ERROR_INVALID_PARAMETER (-22)  ///< null key, unknown number, null out parameter
 #define SYSTEM_INFO_ERROR_IO_ERROR (-5)            ///< the value is there and is not of this type
 #define SYSTEM_INFO_ERROR_NOT_SUPPORTED (-95)      ///< this model says nothing about the key
 
