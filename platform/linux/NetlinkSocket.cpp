@@ -130,13 +130,18 @@ bool NetlinkSocket::Dump(int request, const std::function<void()>& on_start,
     on_start();
     state->is_dump_done = false;
     result = nl_rtgen_request(state->socket, request, AF_UNSPEC, NLM_F_DUMP);
+    bool is_lossy = false;
     while (result >= 0 && !state->is_dump_done) {
       result = nl_recvmsgs_default(state->socket);
       pollfd answer{nl_socket_get_fd(state->socket), POLLIN, 0};
       if (result == -NLE_AGAIN && poll(&answer, 1, kAnswerLimitMs) > 0) {
         result = 0;
+      } else if (IsLoss(result)) {
+        is_lossy = true;  // to be read to its end: the kernel begins no other before
+        result = 0;
       }
     }
+    result = is_lossy && result >= 0 ? -NLE_DUMP_INTR : result;
   }
   state->dump_handler = nullptr;
   if (result < 0) {

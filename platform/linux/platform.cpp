@@ -2,14 +2,29 @@
 
 #include "CallGate.h"
 #include "Connections.h"
+#include "NetworkType.h"
+#include "Telephony.h"
+
+namespace {
+
+std::unique_ptr<NetworkType>& TheNetworkType() {
+  static auto* const type = new std::unique_ptr<NetworkType>;
+  return *type;
+}
+
+}  // namespace
 
 int platform_start(void) {
   if (const auto refusal = call_gate::Refusal("platform_start")) {
     return *refusal;
   }
-  return 0;
+  TheNetworkType() = NetworkType::Start();
+  StartTelephony();
+  return TheNetworkType() != nullptr ? 0 : -1;
 }
 
 void platform_stop(void) {
+  StopTelephony();
+  TheNetworkType().reset();
   StopConnections();
 }

@@ -1,0 +1,56 @@
+#include "DefaultRoute.h"
+
+#include <linux/if_arp.h>
+#include <linux/rtnetlink.h>
+#include <netlink/attr.h>
+#include <netlink/msg.h>
+
+namespace {
+
+std::optional<std::uint32_t> NumberOf(const nlattr* attribute) {
+  if (attribute == nullptr || nla_len(attribute) < static_cast<int>(sizeof(std::uint32_t))) {
+    return std::nullopt;
+  }
+  return nla_get_u32(attribute);
+}
+
+/// The interface of a route, or of the first of its ways when it has several.
+int LinkOf(nlattr* const* attributes) {
+  if (const auto index = NumberOf(attributes[RTA_OIF])) {
+    return static_cast<int>(*index);
+  }
+  const nlattr* ways = attributes[RTA_MULTIPATH];
+  if (ways == nullptr || nla_len(ways) < static_cast<int>(sizeof(rtnexthop))) {
+    return 0;
+  }
+  return static_cast<const rtnexthop*>(nla_data(ways))->rtnh_ifindex;
+}
+
+}  // namespace
+
+std::optional<DefaultRoute> ParseDefaultRoute(const nlmsghdr* message) {
+  auto* header = const_cast<nlmsghdr*>(message);  // the parser reads it only
+  nlattr* attributes[RTA_MAX + 1];
+  if (!nlmsg_valid_hdr(header, sizeof(rtmsg)) ||
+      nlmsg_parse(header, sizeof(rtmsg), attributes, RTA_MAX, nullptr) < 0) {
+    return std::nullopt;
+  }
+  const auto* route = static_cast<const rtmsg*>(nlmsg_data(header));
+  const bool is_ip = route->rtm_family == AF_INET || route->rtm_family == AF_INET6;
+  const auto table = NumberOf(attributes[RTA_TABLE]).value_or(route->rtm_table);
+  if (!is_ip || route->rtm_dst_len != 0 || route->rtm_type != RTN_UNICAST || table != RT_TABLE_MAIN ||
+      (route->rtm_flags & RTM_F_CLONED) != 0) {
+    return std::nullopt;
+  }
+  return DefaultRoute{LinkOf(attributes), NumberOf(attributes[RTA_PRIORITY]).value_or(0)};
+}
+
+const char* NetworkTypeOf(const Link& link) {
+  if (link.device_type == "wlan") {
+    return "Wireless";
+  }
+  if (link.device_type == "wwan" || link.arp_type == ARPHRD_PPP || link.arp_type == ARPHRD_RAWIP) {
+    return "Cellular";
+  }
+  return "Wired";
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include <linux/netlink.h>
+
+#include "Link.h"
+
+/// A default route of the main table.
+struct DefaultRoute {
+  int link_index = 0;
+  std::uint32_t metric = 0;
+};
+
+/// Reads an RTM_NEWROUTE or RTM_DELROUTE message.
+/// @return nullopt for a damaged message and for every other route
+[[nodiscard]] std::optional<DefaultRoute> ParseDefaultRoute(const nlmsghdr* message);
+
+/// What "db/menu/network/network_type" says of a machine whose traffic leaves through this interface. A
+/// modem that shows itself as plain Ethernet counts as wired: the kernel sees no modem.
+[[nodiscard]] const char* NetworkTypeOf(const Link& link);

@@ -1,0 +1,107 @@
+#include "NetworkType.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include <linux/rtnetlink.h>
+
+#include "vconf.h"
+#include "vconf_keys.h"
+
+std::unique_ptr<NetworkType> NetworkType::Start() {
+  std::unique_ptr<NetworkType> type(new NetworkType);
+  // Links as well: the kernel drops the IPv4 routes of an interface that goes down without a word.
+  type->m_socket = NetlinkSocket::Open(
+      {RTNLGRP_IPV4_ROUTE, RTNLGRP_IPV6_ROUTE, RTNLGRP_LINK},
+      [self = type.get()](const nlmsghdr* message) { self->OnMessage(message); },
+      [self = type.get()] { self->RefreshSoon(); });
+  if (type->m_socket == nullptr) {
+    return nullptr;
+  }
+  type->Refresh();
+  return type;
+}
+
+NetworkType::~NetworkType() {
+  if (m_refresh != 0) {
+    g_source_remove(m_refresh);
+  }
+}
+
+/// A route that replaces another is announced without the one that it replaces: instead of keeping a
+/// table of its own, this looks at the kernel's after each change that may matter.
+void NetworkType::OnMessage(const nlmsghdr* message) {
+  const bool is_link = message->nlmsg_type == RTM_NEWLINK || message->nlmsg_type == RTM_DELLINK;
+  if (is_link || ParseDefaultRoute(message)) {
+    RefreshSoon();
+  }
+}
+
+/// Once for many events, and after whatever else they led to.
+void NetworkType::RefreshSoon() {
+  if (m_refresh != 0) {
+    return;
+  }
+  const auto refresh = [](gpointer self) -> gboolean {
+    auto* type = static_cast<NetworkType*>(self);
+    type->m_refresh = 0;
+    type->Refresh();
+    return G_SOURCE_REMOVE;
+  };
+  m_refresh = g_idle_add(refresh, this);
+}
+
+void NetworkType::Refresh() {
+  const auto route = BestRoute();
+  const auto link = route ? FindLink(route->link_index) : std::nullopt;
+  if (!link) {
+    return;
+  }
+  const char* type = NetworkTypeOf(*link);
+  char* stored = vconf_get_str(vconf_keys::kNetworkType);
+  if (stored == nullptr || std::strcmp(stored, type) != 0) {
+    vconf_set_str(vconf_keys::kNetworkType, type);
+  }
+  std::free(stored);
+}
+
+std::optional<DefaultRoute> NetworkType::BestRoute() {
+  std::optional<DefaultRoute> best;
+  m_socket->Dump(
+      RTM_GETROUTE, [&] { best.reset(); },
+      [&](const nlmsghdr* message) {
+        const bool is_entry =
+            message->nlmsg_type == RTM_NEWROUTE && (message->nlmsg_flags & NLM_F_MULTI) != 0;
+        if (!is_entry) {
+          OnMessage(message);  // news that came in between
+          return;
+        }
+        const auto route = ParseDefaultRoute(message);
+        if (route && (!best || route->metric < best->metric)) {
+          best = route;
+        }
+      });
+  return best;
+}
+
+std::optional<Link> NetworkType::FindLink(int index) {
+  std::optional<Link> found;
+  m_socket->Dump(
+      RTM_GETLINK, [&] { found.reset(); },
+      [&](const nlmsghdr* message) {
+        const bool is_entry =
+            message->nlmsg_type == RTM_NEWLINK && (message->nlmsg_flags & NLM_F_MULTI) != 0;
+        if (!is_entry) {
+          OnMessage(message);  // news that came in between
+          return;
+        }
+        const auto link = ParseLink(message);
+        if (link && link->index == index) {
+          found = link;
+        }
+      });
+  if (found) {
+    found->device_type = DeviceTypeOf(index);
+  }
+  return found;
+}
