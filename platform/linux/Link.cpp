@@ -2,7 +2,8 @@
 
 #include <cstring>
 #include <fstream>
-#include <string_view>
+
+#include <net/if.h>  // before the kernel's own headers, which then leave out what it has
 
 #include <linux/if.h>
 #include <linux/if_arp.h>
@@ -10,9 +11,6 @@
 #include <linux/rtnetlink.h>
 #include <netlink/attr.h>
 #include <netlink/msg.h>
-
-extern "C" char* if_indextoname(unsigned index,
-                                char* name);  // <net/if.h> and <linux/if.h> cannot both be had
 
 namespace {
 

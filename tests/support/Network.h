@@ -1,0 +1,41 @@
+#pragma once
+
+#include <string>
+
+/// The kernel's own network, in a namespace of the test's own: real links that are pulled and plugged.
+/// Starts no child process, so that it may be used beside the daemon's code.
+namespace network {
+
+/// Leaves the machine's network for an empty one of this process's own, for the rest of its life.
+void EnterNamespace();
+
+/// A cable between two new interfaces, both up. To pull it is to take the far end down, which is a port of
+/// a switch in the wall and so no wired interface of the TV's.
+void AddCable(const std::string& name, const std::string& far_end);
+
+/// A new interface, up, of a kind that needs no more than that ("bridge").
+void Add(const std::string& name, const std::string& kind);
+
+/// A new interface, up, that sits on another one ("macvlan").
+void AddOn(const std::string& name, const std::string& kind, const std::string& lower);
+
+/// A new interface, up, whose other side is this process.
+/// @param arp_type  ARPHRD_*; ARPHRD_ETHER makes a tap, another one a tun that says to be of this type
+/// @return a descriptor; closing it removes the interface
+int AddTunnel(const std::string& name, int arp_type);
+
+void Remove(const std::string& name);
+void SetUp(const std::string& name, bool is_up);
+void Rename(const std::string& name, const std::string& new_name);
+/// @param master  empty for none
+void SetMaster(const std::string& name, const std::string& master);
+[[nodiscard]] bool HasCarrier(const std::string& name);
+
+/// Default routes out of an interface.
+/// @param family  AF_INET or AF_INET6
+void AddDefaultRoute(const std::string& name, int family, unsigned metric);
+void RemoveDefaultRoute(const std::string& name, int family, unsigned metric);
+/// Replaces the default route of that family and metric, whatever it led to.
+void ReplaceDefaultRoute(const std::string& name, int family, unsigned metric);
+
+}  // namespace network
