@@ -292,7 +292,7 @@ TEST_F(CableDecisions, ABurstOfAThousandPullsLosesNone) {
   RunLoopFor(300ms);
   EXPECT_EQ(popups::Keywords(), std::vector<std::string>{kDetached});
   EXPECT_EQ(m_forwarded.size(), 2 * kPairs - 1);
-  EXPECT_EQ(test_log::Count("GOT DETACHED Event "), kPairs);
+  EXPECT_EQ(test_log::Count("GOT DETTACHED Event "), kPairs);
 }
 
 TEST_F(CableProgram, APulledCableStartsTheProgramWithTheKeywordAlone) {

@@ -9,8 +9,8 @@ namespace network {
 /// Leaves the machine's network for an empty one of this process's own, for the rest of its life.
 void EnterNamespace();
 
-/// A cable between two new interfaces, both up. To pull it is to take the far end down, which is a port of
-/// a switch in the wall and so no wired interface of the TV's.
+/// A cable between two new interfaces, both up. To pull it is to take the far end down, which is a port
+/// of a switch in the wall and so no wired interface of the TV's.
 void AddCable(const std::string& name, const std::string& far_end);
 
 /// A new interface, up, of a kind that needs no more than that ("bridge").
