@@ -9,9 +9,7 @@
 #include "Message.h"
 #include "SettingsCommands.h"
 #include "Spelling.h"
-#if __has_include("TvCommands.h")
 #include "TvCommands.h"
-#endif
 
 namespace {
 
@@ -55,9 +53,7 @@ int RunCommandLine(int argc, char** argv) {
   app.require_subcommand(1);
   app.fallthrough();
   AddSettingsCommands(app, exit_code);
-#if __has_include("TvCommands.h")
   AddTvCommands(app, exit_code);
-#endif
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

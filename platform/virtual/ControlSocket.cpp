@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
+#include <cstdio>
 #include <string_view>
 #include <utility>
 
@@ -17,6 +17,8 @@
 
 namespace {
 
+constexpr char kProvisionalMark = '~';
+
 bool IsSomebodyThere(const sockaddr_un& address) {
   const int probe = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   const bool answered =
@@ -28,12 +30,12 @@ bool IsSomebodyThere(const sockaddr_un& address) {
   return answered;
 }
 
-/// Makes room for the socket.
-bool ClearPath(const std::string& path, std::string& error) {
+/// Whether the socket may take that place, whose directory is made.
+bool IsFree(const std::string& path, std::string& error) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  if (path.empty() || path.size() >= sizeof address.sun_path) {
-    error = "a socket's path has 1 to 107 bytes";
+  if (path.empty() || path.size() + 1 >= sizeof address.sun_path) {
+    error = "a socket's path has 1 to 106 bytes";
     return false;
   }
   path.copy(address.sun_path, sizeof address.sun_path - 1);
@@ -52,10 +54,6 @@ bool ClearPath(const std::string& path, std::string& error) {
   }
   if (IsSomebodyThere(address)) {
     error = path + ": another TV answers there";
-    return false;
-  }
-  if (unlink(path.c_str()) != 0) {
-    error = path + ": " + g_strerror(errno);
     return false;
   }
   return true;
@@ -179,14 +177,9 @@ class ControlSocket::Client {
   bool m_is_refused = false;
 };
 
-std::string ControlSocket::ConfiguredPath() {
-  const char* path = std::getenv(kPathVariable);
-  return path != nullptr && *path != '\0' ? path : kDefaultPath;
-}
-
 std::unique_ptr<ControlSocket> ControlSocket::Open(VirtualTv& tv, const std::string& path,
                                                    std::string& error) {
-  if (!ClearPath(path, error)) {
+  if (!IsFree(path, error)) {
     return nullptr;
   }
   std::unique_ptr<ControlSocket> door(new ControlSocket(tv, path));
@@ -195,22 +188,25 @@ std::unique_ptr<ControlSocket> ControlSocket::Open(VirtualTv& tv, const std::str
 
 ControlSocket::ControlSocket(VirtualTv& tv, std::string path) : m_tv(tv), m_path(std::move(path)) {}
 
+// Bound beside its place and moved there when it listens: who finds the socket finds a TV that answers,
+// and its mode is in force from the first client on.
 bool ControlSocket::Listen(std::string& error) {
+  const std::string provisional = m_path + kProvisionalMark;
+  unlink(provisional.c_str());
   g_autoptr(GError) problem = nullptr;
   g_autoptr(GSocket) socket =
       g_socket_new(G_SOCKET_FAMILY_UNIX, G_SOCKET_TYPE_STREAM, G_SOCKET_PROTOCOL_DEFAULT, &problem);
-  g_autoptr(GSocketAddress) address = g_unix_socket_address_new(m_path.c_str());
-  GSocketService* service = g_socket_service_new();
-  // Nobody can come in before g_socket_listen(), so the mode is in force from the first client on.
+  g_autoptr(GSocketAddress) address = g_unix_socket_address_new(provisional.c_str());
+  g_autoptr(GSocketService) service = g_socket_service_new();
   if (socket == nullptr || !g_socket_bind(socket, address, FALSE, &problem) ||
-      chmod(m_path.c_str(), 0600) != 0 || !g_socket_listen(socket, &problem) ||
-      !g_socket_listener_add_socket(G_SOCKET_LISTENER(service), socket, nullptr, &problem)) {
+      chmod(provisional.c_str(), 0600) != 0 || !g_socket_listen(socket, &problem) ||
+      !g_socket_listener_add_socket(G_SOCKET_LISTENER(service), socket, nullptr, &problem) ||
+      rename(provisional.c_str(), m_path.c_str()) != 0) {
     error = m_path + ": " + (problem != nullptr ? problem->message : g_strerror(errno));
-    g_object_unref(service);
     return false;
   }
   g_signal_connect(service, "incoming", G_CALLBACK(OnIncoming), this);
-  m_service = service;
+  m_service = static_cast<GSocketService*>(g_steal_pointer(&service));
   return true;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdlib>
 #include <list>
 #include <memory>
 #include <string>
@@ -21,8 +22,11 @@ class ControlSocket {
   static constexpr std::size_t kLongestLine = 64 * 1024;
   static constexpr std::size_t kMostClients = 32;
 
-  /// The path by the environment.
-  static std::string ConfiguredPath();
+  /// The path by the environment, for those who open the door and those who knock.
+  static std::string ConfiguredPath() {
+    const char* path = std::getenv(kPathVariable);
+    return path != nullptr && *path != '\0' ? path : kDefaultPath;
+  }
 
   /// Opens the door. A socket that nobody answers on any more is replaced; one on which another TV
   /// answers, and anything that is no socket, is left alone.

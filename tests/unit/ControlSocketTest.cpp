@@ -392,7 +392,7 @@ TEST(ControlSocketPath, OneThatIsTooLongIsRefused) {
   setenv(ControlSocket::kPathVariable, ("/run/" + std::string(200, 'x')).c_str(), 1);
   EXPECT_LT(platform_start(), 0);
   EXPECT_TRUE(
-      test_log::Has("this TV cannot be driven from outside: a socket's path has 1 to 107 bytes"));
+      test_log::Has("this TV cannot be driven from outside: a socket's path has 1 to 106 bytes"));
 }
 
 }  // namespace

@@ -1,0 +1,190 @@
+#include "TvCommands.h"
+
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <json/value.h>
+#include <json/writer.h>
+
+#include "ExitCodes.h"
+#include "Message.h"
+#include "ScenarioRequest.h"
+#include "TvClient.h"
+#include "TvPlay.h"
+
+namespace {
+
+/// What was typed behind a command. CLI11 writes into it while it parses, so it lives on the heap, held
+/// by the command's callback.
+struct Typed {
+  scenario::Words words;
+  std::string function;
+  std::string code;
+  std::string file;
+  std::string times;
+  double speed = 1;
+  bool as_json = false;
+};
+
+using Command = std::function<int(const Typed&)>;
+
+/// Runs a command and turns a TV that is not there into its exit code.
+int Guarded(const Command& command, const Typed& typed) {
+  try {
+    return command(typed);
+  } catch (const NoTv& error) {
+    Complain(error.what());
+    return exit_codes::kUnreachable;
+  }
+}
+
+Json::Value AboutFunction(const char* what, const std::string& function) {
+  Json::Value request;
+  request["do"] = what;
+  if (!function.empty()) {
+    request["function"] = function;
+  }
+  return request;
+}
+
+/// @param show  prints what a willing TV answered
+int AskTv(const Json::Value& request, const std::function<void(const Json::Value&)>& show = {}) {
+  const Json::Value answer = TvClient().Ask(request);
+  if (!answer["ok"].asBool()) {
+    Complain("the TV refuses: " + answer["error"].asString());
+    return exit_codes::kFailed;
+  }
+  if (show) {
+    show(answer);
+  }
+  return exit_codes::kDone;
+}
+
+/// Words that make no request are a usage error, as any other on the command line.
+int AskInWords(const scenario::Words& words) {
+  std::string error;
+  const auto request = scenario::RequestOf(words, error);
+  if (!request) {
+    throw CLI::ValidationError("tv " + words.front(), error);
+  }
+  return AskTv(*request);
+}
+
+void PrintJson(const Json::Value& document) {
+  std::printf("%s\n", Json::writeString(Json::StreamWriterBuilder(), document).c_str());
+}
+
+void PrintStatus(const Json::Value& tv) {
+  for (const char* thing : {"cable", "dongle", "telephony"}) {
+    std::printf("%-11s%s\n", thing, tv[thing].asCString());
+  }
+  for (const std::string& kind : tv["latency"].getMemberNames()) {
+    std::printf("latency    %s %u ms\n", kind.c_str(), tv["latency"][kind].asUInt());
+  }
+  for (const std::string& key : tv["features"].getMemberNames()) {
+    std::printf("feature    %s = %s\n", key.c_str(), tv["features"][key].asCString());
+  }
+  for (const std::string& function : tv["failing"].getMemberNames()) {
+    const int times = tv["failing"][function]["times"].asInt();
+    std::printf("failing    %s with %d, %s\n", function.c_str(), tv["failing"][function]["code"].asInt(),
+                times < 0 ? "for good" : (std::to_string(times) + " more times").c_str());
+  }
+}
+
+void PrintCalls(const Json::Value& calls) {
+  for (const Json::Value& call : calls) {
+    std::string arguments;
+    for (const Json::Value& argument : call["arguments"]) {
+      arguments += (arguments.empty() ? "" : ", ") + argument.asString();
+    }
+    std::printf("%s(%s)\n", call["function"].asCString(), arguments.c_str());
+  }
+}
+
+/// Adds a command that runs `command` with what was typed.
+CLI::App* Add(CLI::App& tv, int& exit_code, const std::string& name, const std::string& help,
+              const std::shared_ptr<Typed>& typed, Command command) {
+  CLI::App* added = tv.add_subcommand(name, help);
+  added->callback(
+      [&exit_code, typed, command = std::move(command)] { exit_code = Guarded(command, *typed); });
+  return added;
+}
+
+/// Adds a command whose words are passed on as they are.
+void AddWords(CLI::App& tv, int& exit_code, const std::string& name, const std::string& usage,
+              const std::string& help) {
+  const auto typed = std::make_shared<Typed>();
+  CLI::App* added = Add(tv, exit_code, name, help, typed, [name](const Typed& t) {
+    scenario::Words words = {name};
+    words.insert(words.end(), t.words.begin(), t.words.end());
+    return AskInWords(words);
+  });
+  added->add_option("action", typed->words, usage)->required()->option_text(" ");
+}
+
+void AddFail(CLI::App& tv, int& exit_code) {
+  const auto typed = std::make_shared<Typed>();
+  CLI::App* fail =
+      Add(tv, exit_code, "fail", "Make a platform function fail", typed, [](const Typed& t) {
+        scenario::Words words = {"fail", t.function, t.code};
+        if (!t.times.empty()) {
+          words.push_back(t.times);
+        }
+        return AskInWords(words);
+      });
+  fail->add_option("function", typed->function, "The function, such as connection_create")->required();
+  fail->add_option("code", typed->code, "What it answers, such as -1")->required();
+  fail->add_option("--times", typed->times, "How many of its next calls; for good without this")
+      ->option_text("N");
+}
+
+void AddQuestions(CLI::App& tv, int& exit_code) {
+  const auto status = std::make_shared<Typed>();
+  CLI::App* show_status = Add(
+      tv, exit_code, "status", "Show the TV and what is plugged into it", status, [](const Typed& t) {
+        return AskTv(AboutFunction("status", ""), [&t](const Json::Value& answer) {
+          t.as_json ? PrintJson(answer["tv"]) : PrintStatus(answer["tv"]);
+        });
+      });
+  show_status->add_flag("--json", status->as_json, "Print JSON");
+
+  const auto calls = std::make_shared<Typed>();
+  CLI::App* show_calls =
+      Add(tv, exit_code, "calls", "Show the daemon's calls of platform functions", calls,
+          [](const Typed& t) {
+            return AskTv(AboutFunction("calls", t.function), [&t](const Json::Value& answer) {
+              t.as_json ? PrintJson(answer["calls"]) : PrintCalls(answer["calls"]);
+            });
+          });
+  show_calls->add_option("function", calls->function, "Only those of this function");
+  show_calls->add_flag("--json", calls->as_json, "Print JSON");
+}
+
+void AddPlay(CLI::App& tv, int& exit_code) {
+  const auto typed = std::make_shared<Typed>();
+  CLI::App* play = Add(tv, exit_code, "play", "Play a scenario file, in real time", typed,
+                       [](const Typed& t) { return PlayScenario(t.file, t.speed); });
+  play->add_option("file", typed->file, "The scenario")->required();
+  play->add_option("--speed", typed->speed, "2 plays twice as fast")
+      ->check(CLI::Range(0.01, 1000.0))
+      ->option_text("N");
+}
+
+}  // namespace
+
+void AddTvCommands(CLI::App& app, int& exit_code) {
+  CLI::App* tv = app.add_subcommand("tv", "Operate a running virtual TV");
+  tv->require_subcommand(1);
+  AddWords(*tv, exit_code, "cable", "plug | unplug | state NUMBER", "Plug or pull the Ethernet cable");
+  AddWords(*tv, exit_code, "dongle", "insert | remove", "Insert or remove the cellular dongle");
+  AddWords(*tv, exit_code, "telephony", "start | stop", "Start or stop the telephony service");
+  AddWords(*tv, exit_code, "feature", "set NAME VALUE", "Make the TV another model");
+  AddWords(*tv, exit_code, "latency", "cable|dongle TIME", "Set how long events take, such as 50ms");
+  AddFail(*tv, exit_code);
+  AddWords(*tv, exit_code, "heal", "FUNCTION", "Let a platform function work again");
+  AddQuestions(*tv, exit_code);
+  AddPlay(*tv, exit_code);
+}
