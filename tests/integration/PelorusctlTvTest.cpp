@@ -1,0 +1,194 @@
+#include <chrono>
+
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include "MainLoop.h"
+#include "PelorusctlFixture.h"
+#include "Popups.h"
+
+namespace {
+
+constexpr char kSocket[] = "/run/pelorus/tv.sock";
+
+/// pelorusctl beside a virtual TV that was switched on as a program of its own.
+class PelorusctlTv : public Pelorusctl {
+ protected:
+  ~PelorusctlTv() override {
+    SwitchOff();
+    for (const popups::Started& popup : popups::All()) {
+      kill(popup.pid, SIGTERM);
+    }
+  }
+
+  void SwitchOn() {
+    const char* line[] = {PELORUS_VIRTUAL, nullptr};
+    g_autoptr(GError) error = nullptr;
+    ASSERT_TRUE(g_spawn_async(nullptr, const_cast<char**>(line), nullptr, G_SPAWN_DO_NOT_REAP_CHILD,
+                              nullptr, nullptr, &m_tv, &error))
+        << error->message;
+    RunLoopUntil([] { return std::filesystem::is_socket(kSocket); });
+  }
+
+  void SwitchOff() {
+    if (m_tv > 0) {
+      kill(m_tv, SIGKILL);
+      waitpid(m_tv, nullptr, 0);
+      m_tv = 0;
+    }
+  }
+
+  /// Writes the scenario and plays it so fast that a second of it takes a hundredth of one.
+  static Result Play(const std::string& scenario) {
+    WriteFile("/run/evening", scenario);
+    return Ctl({"tv", "play", "/run/evening", "--speed", "100"});
+  }
+
+ private:
+  GPid m_tv = 0;
+};
+
+TEST_F(PelorusctlTv, WithoutATvEndsWithThree) {
+  for (const Arguments& arguments :
+       {Arguments{"tv", "status"}, Arguments{"tv", "cable", "plug"}, Arguments{"tv", "calls"}}) {
+    const Result result = Ctl(arguments);
+    EXPECT_EQ(result.code, 3);
+    EXPECT_EQ(result.out, "");
+    EXPECT_TRUE(Contains(result.err, "no TV answers at /run/pelorus/tv.sock")) << result.err;
+  }
+  EXPECT_EQ(Play("at 1s cable plug\n").code, 3);
+}
+
+TEST_F(PelorusctlTv, TheSocketIsTakenFromTheEnvironment) {
+  setenv("PELORUS_TV_SOCKET", "/run/nobody", 1);
+  EXPECT_TRUE(Contains(Ctl({"tv", "status"}).err, "/run/nobody"));
+}
+
+TEST_F(PelorusctlTv, ASocketThatIsFoundAnswers) {
+  for (int i = 0; i < 10; ++i) {
+    SwitchOn();
+    EXPECT_EQ(Ctl({"tv", "status"}).code, 0);
+    SwitchOff();
+    EXPECT_EQ(Ctl({"tv", "status"}).code, 3) << "what a killed TV leaves behind answers";
+    std::filesystem::remove(kSocket);
+  }
+}
+
+TEST_F(PelorusctlTv, EachCommandReachesTheTv) {
+  SwitchOn();
+  for (const Arguments& arguments :
+       {Arguments{"tv", "cable", "plug"}, Arguments{"tv", "dongle", "insert"},
+        Arguments{"tv", "telephony", "start"}, Arguments{"tv", "latency", "cable", "70ms"},
+        Arguments{"tv", "feature", "set", "network.network_support", "3"},
+        Arguments{"tv", "fail", "connection_create", "-1", "--times", "2"},
+        Arguments{"tv", "fail", "tel_init", "-3"}}) {
+    const Result result = Ctl(arguments);
+    EXPECT_EQ(result.code, 0) << arguments[1] << ": " << result.err;
+    EXPECT_EQ(result.out + result.err, "") << arguments[1];
+  }
+  const Result status = Ctl({"tv", "status"});
+  EXPECT_EQ(status.out,
+            "cable      plugged\n"
+            "dongle     inserted\n"
+            "telephony  running\n"
+            "latency    cable 70 ms\n"
+            "latency    dongle 10 ms\n"
+            "feature    com.velanor/featureconf/network.network_support = 3\n"
+            "failing    connection_create with -1, 2 more times\n"
+            "failing    tel_init with -3, for good\n");
+  EXPECT_TRUE(Contains(Ctl({"tv", "status", "--json"}).out, "\"cable\" : \"plugged\""));
+
+  for (const Arguments& arguments :
+       {Arguments{"tv", "cable", "unplug"}, Arguments{"tv", "dongle", "remove"},
+        Arguments{"tv", "telephony", "stop"}, Arguments{"tv", "heal", "tel_init"},
+        Arguments{"tv", "heal", "connection_create"}}) {
+    EXPECT_EQ(Ctl(arguments).code, 0) << arguments[1];
+  }
+  EXPECT_TRUE(Contains(Ctl({"tv", "status"}).out,
+                       "cable      unplugged\ndongle     removed\ntelephony  stopped\n"));
+  EXPECT_FALSE(Contains(Ctl({"tv", "status"}).out, "failing"));
+}
+
+TEST_F(PelorusctlTv, CallsAreShownAllOrOfOneFunction) {
+  SwitchOn();
+  EXPECT_TRUE(
+      Contains(Ctl({"tv", "calls"}).out, "vconf_set_int(db/menu/network/networkapp_status, 0)\n"));
+  EXPECT_EQ(Ctl({"tv", "calls", "connection_create"}).out, "connection_create()\n");
+  EXPECT_EQ(Ctl({"tv", "calls", "nothing_of_the_kind"}).code, 1);
+}
+
+TEST_F(PelorusctlTv, WhatTheTvRefusesEndsWithOneAndWhatIsNoCommandWithTwo) {
+  SwitchOn();
+  const Result refused = Ctl({"tv", "fail", "conection_create", "-1"});
+  EXPECT_EQ(refused.code, 1);
+  EXPECT_EQ(refused.err, "pelorusctl: the TV refuses: no platform function \"conection_create\"\n");
+  for (const Arguments& arguments :
+       {Arguments{"tv"}, Arguments{"tv", "dance"}, Arguments{"tv", "cable"},
+        Arguments{"tv", "cable", "chew"}, Arguments{"tv", "cable", "plug", "twice"},
+        Arguments{"tv", "fail", "tel_init"}, Arguments{"tv", "fail", "tel_init", "x"},
+        Arguments{"tv", "fail", "tel_init", "-3", "--times", "x"},
+        Arguments{"tv", "feature", "set", "a"}, Arguments{"tv", "play"},
+        Arguments{"tv", "play", "/run/x", "--speed", "0"}}) {
+    const Result result = Ctl(arguments);
+    EXPECT_EQ(result.code, 2) << arguments.back();
+    EXPECT_NE(result.err, "") << arguments.back();
+  }
+}
+
+TEST_F(PelorusctlTv, ACablePluggedFromOutsideShowsAPopup) {
+  SwitchOn();
+  EXPECT_EQ(Ctl({"tv", "cable", "plug"}).code, 0);
+  popups::WaitForStarted(1);
+  EXPECT_EQ(popups::Keywords(), Arguments{"ethernet_attached"});
+}
+
+TEST_F(PelorusctlTv, APlayTellsEachStepWithItsTimeAndChecksWhatItCan) {
+  SwitchOn();
+  const Result result = Play(
+      "initially set memory/wizard/wizard_mode string done\n"
+      "at 1s cable plug\n"
+      "at 20s expect popup ethernet_attached\n"
+      "at 20s expect key db/menu/network/networkapp_status 0\n"
+      "at 20s expect calls connection_create 1\n"
+      "at 20s expect log text\n"
+      "at 20s close popup\n"
+      "at 20s create file /home/owner/share/x\n");
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.out,
+            "  before  set memory/wizard/wizard_mode string done\n"
+            "    1.0s  cable plug\n"
+            "   20.0s  expect popup ethernet_attached  (look at the screen)\n"
+            "   20.0s  expect key db/menu/network/networkapp_status 0  (it is so)\n"
+            "   20.0s  expect calls connection_create 1  (it is so)\n"
+            "   20.0s  expect log text  (look at the log)\n"
+            "   20.0s  close popup  (skipped: it is yours to close)\n"
+            "   20.0s  create file /home/owner/share/x  (skipped: only a test does this)\n");
+  EXPECT_FALSE(std::filesystem::exists("/home/owner/share/x"));
+  EXPECT_EQ(popups::Keywords(), Arguments{"ethernet_attached"});
+}
+
+TEST_F(PelorusctlTv, APlayThatDoesNotGoAsWrittenEndsWithOne) {
+  SwitchOn();
+  const Result result = Play(
+      "at 1s expect key db/menu/network/networkapp_status 1\n"
+      "at 2s fail nothing -1\n"
+      "at 3s cable plug\n");
+  EXPECT_EQ(result.code, 1);
+  EXPECT_TRUE(Contains(result.out, "NO: it is \"0\"\n")) << result.out;
+  EXPECT_TRUE(Contains(result.out, "NO: no platform function \"nothing\"\n")) << result.out;
+  EXPECT_TRUE(Contains(result.out, "cable plug\n")) << result.out;
+  EXPECT_TRUE(Contains(result.err, "2 steps of /run/evening did not go as written")) << result.err;
+}
+
+TEST_F(PelorusctlTv, AFaultyScenarioIsNotPlayed) {
+  SwitchOn();
+  const Result result = Play("at 1s cable plug\nat 2s dance\n");
+  EXPECT_EQ(result.code, 1);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "pelorusctl: /run/evening:2: unknown step \"dance\"\n");
+  EXPECT_TRUE(Contains(Ctl({"tv", "status"}).out, "cable      unplugged"));
+  EXPECT_EQ(Ctl({"tv", "play", "/run/nothing"}).code, 1);
+}
+
+}  // namespace
