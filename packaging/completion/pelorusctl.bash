@@ -12,10 +12,11 @@ _pelorusctl_tv() {
   local word=$1
   shift
   case "$#:$*" in
-    0:) COMPREPLY=($(compgen -W "cable dongle telephony feature fail heal status calls play" -- "$word")) ;;
-    1:cable) COMPREPLY=($(compgen -W "plug unplug" -- "$word")) ;;
+    0:) COMPREPLY=($(compgen -W "cable dongle telephony feature latency fail heal status calls play" -- "$word")) ;;
+    1:cable) COMPREPLY=($(compgen -W "plug unplug state" -- "$word")) ;;
     1:dongle) COMPREPLY=($(compgen -W "insert remove" -- "$word")) ;;
     1:telephony) COMPREPLY=($(compgen -W "start stop" -- "$word")) ;;
+    1:latency) COMPREPLY=($(compgen -W "cable dongle" -- "$word")) ;;
     1:feature) COMPREPLY=($(compgen -W "set" -- "$word")) ;;
     1:play) COMPREPLY=($(compgen -f -- "$word")) ;;
     3:fail*) COMPREPLY=($(compgen -W "--times" -- "$word")) ;;
@@ -34,7 +35,7 @@ _pelorusctl() {
       COMPREPLY=($(compgen -W "int bool string" -- "$word"))
       return
       ;;
-    --count | --times) return ;;
+    --count | --times | --speed) return ;;
   esac
 
   # The words before the cursor that are neither options nor values of options.
@@ -60,7 +61,13 @@ _pelorusctl() {
       set) options+=" --type" ;;
       list) options+=" --all --json --names" ;;
       watch) options+=" --count --json" ;;
-      tv) [[ ${words[1]-} == fail ]] && options+=" --times" ;;
+      tv)
+        case ${words[1]-} in
+          fail) options+=" --times" ;;
+          status | calls) options+=" --json" ;;
+          play) options+=" --speed" ;;
+        esac
+        ;;
     esac
     COMPREPLY=($(compgen -W "$options" -- "$word"))
     return
