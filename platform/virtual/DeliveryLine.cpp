@@ -13,11 +13,7 @@ void DeliveryLine::Send(std::function<void()> event) {
   if (!m_is_open) {
     return;
   }
-  std::int64_t due = g_get_monotonic_time() + m_latency_ms * kMicrosecondsPerMs;
-  if (!m_events.empty()) {
-    due = std::max(due, m_events.back().due_us);
-  }
-  m_events.push_back({due, std::move(event)});
+  m_events.push_back({g_get_monotonic_time() + m_latency_ms * kMicrosecondsPerMs, std::move(event)});
   Arm();
 }
 

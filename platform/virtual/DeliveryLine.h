@@ -40,8 +40,8 @@ class DeliveryLine {
   void Arm();
   static gboolean OnDue(gpointer self);
 
-  std::deque<Event> m_events;
-  guint m_timer = 0;  // runs to the front event's time
+  std::deque<Event> m_events;  // one that is due sooner than those before it waits for them
+  guint m_timer = 0;           // runs to the front event's time
   unsigned m_latency_ms = kDefaultLatencyMs;
   bool m_is_open = true;
 };
