@@ -138,7 +138,7 @@ class ControlSocket::Client {
   }
 
   void AnswerLines() {
-    constexpr std::size_t kEnoughAnswers = 64 * 1024;
+    constexpr std::size_t kEnoughAnswers = std::size_t{64} * 1024;
     while (!m_is_refused && m_output.size() < kEnoughAnswers) {
       const std::size_t end = m_input.find('\n');
       if (std::min(end, m_input.size()) > kLongestLine) {

@@ -19,7 +19,7 @@ class ControlSocket {
   /// Names the socket in place of the default one.
   static constexpr char kPathVariable[] = "PELORUS_TV_SOCKET";
   static constexpr char kDefaultPath[] = "/run/pelorus/tv.sock";
-  static constexpr std::size_t kLongestLine = 64 * 1024;
+  static constexpr std::size_t kLongestLine = std::size_t{64} * 1024;
   static constexpr std::size_t kMostClients = 32;
 
   /// The path by the environment, for those who open the door and those who knock.

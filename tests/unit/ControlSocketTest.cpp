@@ -319,8 +319,8 @@ TEST_F(ControlSocketTest, AClientThatDoesNotListenIsHeldBackAndHoldsUpNobody) {
   for (int i = 0; i < 100; ++i) {
     requests += "{\"do\":\"calls\"}\n";
   }
-  constexpr std::size_t kFarMoreThanAnyBuffer = 64 * 1024 * 1024;
-  constexpr std::size_t kSomeAnswers = 8 * 1024 * 1024;
+  constexpr std::size_t kFarMoreThanAnyBuffer = std::size_t{64} * 1024 * 1024;
+  constexpr std::size_t kSomeAnswers = std::size_t{8} * 1024 * 1024;
   const std::size_t memory_before = MemoryInUse();
   std::size_t taken = 0;
   for (int idle_rounds = 0; idle_rounds < 50 && taken < kFarMoreThanAnyBuffer;) {
