@@ -1,0 +1,28 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+
+/// The place that a backend's TV stands in, and the hands that plug and pull there. A porter writes one
+/// for their own backend; the tests know nothing else of it. One a process. When it is built there is no
+/// cable, no dongle and no telephony service, and the platform is not started.
+class Room {
+ public:
+  static std::unique_ptr<Room> Enter();
+  virtual ~Room() = default;
+
+  virtual void PlugCable() = 0;
+  virtual void UnplugCable() = 0;
+
+  /// The service is up when "memory/telephony/telephony_ready" says so.
+  virtual void StartTelephony() = 0;
+  virtual void StopTelephony() = 0;
+
+  /// While the service is up.
+  virtual void InsertDongle() = 0;
+  virtual void RemoveDongle() = 0;
+
+  /// The longest that an event takes from the hand to the callback, and so how long a test waits to see
+  /// that none comes.
+  [[nodiscard]] virtual std::chrono::milliseconds Settling() const = 0;
+};
