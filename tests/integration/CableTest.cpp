@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -215,7 +217,11 @@ TEST_F(CableEvents, AfterTheKernelDroppedEventsTheStateIsTheTrueOne) {
     network::SetUp("wall", true);
   }
   network::SetUp("wall", false);
-  RunLoopUntil([&] { return test_log::Has("the kernel dropped network events"); });
+  RunLoopUntil([] {
+    return std::ranges::any_of(test_log::Lines(), [](const std::string& line) {
+      return line.ends_with("dropped network events");
+    });
+  });
   Settle();
   ASSERT_FALSE(m_states.empty());
   EXPECT_EQ(m_states.back(), 0);
@@ -229,6 +235,8 @@ TEST_F(CableEvents, AfterTheKernelDroppedEventsTheStateIsTheTrueOne) {
 }
 
 TEST_F(CableEvents, ASystemWithoutNetworkEventsRefusesTheHandle) {
+  Listen();  // once before, since a sanitizer needs a descriptor for its first look at each object
+  connection_destroy(std::exchange(m_connection, nullptr));
   rlimit files{};
   getrlimit(RLIMIT_NOFILE, &files);
   const rlimit none{0, files.rlim_max};
