@@ -42,6 +42,9 @@ void Enter() {
   for (const char* directory : {"/usr", "/opt", "/home", "/var", "/etc"}) {
     Overlay(directory, "/run/.layers");
   }
+  for (const char* installed : {"/var/lib/pelorus", "/etc/pelorus"}) {
+    fs::remove_all(installed);  // from the layer: a daemon of this machine is no part of a test
+  }
   fs::create_directories("/home/owner/share");
   fs::create_directories("/opt/usr/data");
   fs::create_directories("/run/systemd/journal");

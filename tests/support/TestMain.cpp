@@ -1,5 +1,6 @@
 #include <cstring>
 
+#include <glib.h>
 #include <gtest/gtest.h>
 
 #include "Sandbox.h"
@@ -20,7 +21,8 @@ bool IsListing(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   if (!IsListing(argc, argv)) {
-    setenv("G_DEBUG", "fatal-criticals", 1);
+    // GLib has read G_DEBUG before main() runs.
+    g_log_set_always_fatal(static_cast<GLogLevelFlags>(G_LOG_FATAL_MASK | G_LOG_LEVEL_CRITICAL));
     sandbox::Enter();
     sandbox::InstallPopupRecorder();
     test_log::Start();
