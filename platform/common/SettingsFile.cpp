@@ -1,6 +1,7 @@
 #include "SettingsFile.h"
 
 #include <cerrno>
+#include <charconv>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -91,9 +92,28 @@ std::optional<std::string> ReadWhole(const char* path) {
   }
 }
 
+/// GLib's parser takes an escape that names no character, and complains of the string it made of it.
+bool HasGoodEscapes(std::string_view text) {
+  for (std::size_t i = 0; (i = text.find('\\', i)) != text.npos; i += 2) {
+    const std::string_view escape = text.substr(i + 1, 9);
+    const std::size_t digits = escape.starts_with('u') ? 4 : escape.starts_with('U') ? 8 : 0;
+    if (digits == 0) {
+      continue;
+    }
+    const std::string_view number = escape.substr(1, digits);
+    gunichar character = 0;
+    std::from_chars(number.data(), number.data() + number.size(), character, 16);
+    if (!g_unichar_validate(character)) {
+      return false;
+    }
+  }
+  return true;
+}
+
 /// A line without its end is the head of a longer one, and its value may be another: "1" of "12".
 bool IsOneLine(std::string_view content) {
-  return !content.empty() && content.find('\n') == content.size() - 1;
+  return !content.empty() && content.find('\n') == content.size() - 1 &&
+         g_utf8_validate_len(content.data(), content.size(), nullptr);
 }
 
 bool WriteWhole(int fd, std::string_view content) {
@@ -176,11 +196,16 @@ GVariant* Read(const char* key, const GVariantType* type) {
     return nullptr;
   }
   const auto text = ReadWhole(path->c_str());
-  if (!text || !IsOneLine(*text)) {
+  if (!text || !IsOneLine(*text) || !HasGoodEscapes(*text)) {
     return nullptr;
   }
-  GVariant* value = g_variant_parse(type, text->data(), text->data() + text->size(), nullptr, nullptr);
-  return value == nullptr ? nullptr : g_variant_take_ref(value);
+  // Parsed for its own type, because the parser reads "uint32 5" as an int32 when it is asked for one.
+  g_autoptr(GVariant) value =
+      g_variant_parse(nullptr, text->data(), text->data() + text->size(), nullptr, nullptr);
+  if (value == nullptr || (type != nullptr && !g_variant_is_of_type(value, type))) {
+    return nullptr;
+  }
+  return g_steal_pointer(&value);
 }
 
 int Write(const char* key, GVariant* value) {
