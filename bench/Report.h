@@ -31,7 +31,7 @@ inline void Heading(const char* text) {
 /// One comparison. The ratio says how many times more (time, memory) the peer takes.
 inline void Ratio(const std::string& what, double ours, const std::string& peer, double theirs,
                   const char* unit) {
-  std::printf("  %-34s pelorus %9.2f %-3s %-24s %9.2f %-3s  peer/pelorus %7.2f\n", what.c_str(), ours,
+  std::printf("  %-34s pelorus %9.2f %-3s %-24s %9.2f %-3s  peer/pelorus %8.3f\n", what.c_str(), ours,
               unit, peer.c_str(), theirs, unit, ours > 0 ? theirs / ours : 0.0);
 }
 

@@ -32,6 +32,7 @@ struct Measured {
   std::vector<double> start_ms;
   std::vector<double> pss_mb;
   std::vector<double> private_mb;
+  std::vector<double> rss_mb;
 };
 
 /// @return milliseconds from its execve() to its main loop
@@ -75,6 +76,7 @@ void MeasureMemory(Measured& measured) {
   const pid_t pid = measured.contender->Pid();
   measured.pss_mb.push_back(Memory(pid, {"Pss"}));
   measured.private_mb.push_back(Memory(pid, {"Private_Clean", "Private_Dirty"}));
+  measured.rss_mb.push_back(Memory(pid, {"Rss"}));
   measured.contender->Stop();
 }
 
@@ -103,7 +105,7 @@ int main(int argc, char** argv) {
 
   std::vector<Measured> all;
   const auto add = [&](const char* name, std::vector<std::string> command) {
-    all.push_back({std::make_unique<Contender>(name, std::move(command)), {}, {}, {}});
+    all.push_back({std::make_unique<Contender>(name, std::move(command)), {}, {}, {}, {}});
   };
   add("pelorus", {argv[1]});
   if (bench::IsInstalled("connmand")) {
@@ -136,10 +138,11 @@ int main(int argc, char** argv) {
   report::Heading("Start to main loop, and memory at rest");
   for (const Measured& measured : all) {
     std::printf(
-        "  %-10s start median %7.2f ms, p90 %7.2f ms (%d starts); PSS %6.2f MB, private %6.2f MB\n",
+        "  %-10s start median %6.2f ms, p90 %6.2f ms (%d starts); PSS %5.2f MB, private %5.2f MB, "
+        "RSS %5.2f MB\n",
         measured.contender->Name().c_str(), report::Median(measured.start_ms),
         report::Quantile(measured.start_ms, 0.9), starts, report::Median(measured.pss_mb),
-        report::Median(measured.private_mb));
+        report::Median(measured.private_mb), report::Median(measured.rss_mb));
   }
   const double start = report::Median(all[0].start_ms);
   const double pss = report::Median(all[0].pss_mb);
