@@ -39,7 +39,7 @@ void Enter() {
   Require(unshare(CLONE_NEWNS) == 0, "private mounts");
   Require(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "private mounts");
   Require(mount("tmpfs", "/run", "tmpfs", 0, "mode=0755") == 0, "/run");
-  for (const char* directory : {"/usr", "/opt", "/home", "/var", "/etc"}) {
+  for (const char* directory : {"/usr", "/opt", "/home", "/var/lib", "/etc"}) {
     Overlay(directory, "/run/.layers");
   }
   for (const char* installed : {"/var/lib/pelorus", "/etc/pelorus"}) {

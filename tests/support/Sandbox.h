@@ -3,7 +3,7 @@
 #include <string>
 
 /// A place of its own for a test process: a private /run, writable layers over /usr, /opt, /home,
-/// /var and /etc, so that the TV's absolute paths exist and nothing on the machine is touched. Needs
+/// /var/lib and /etc, so that the TV's absolute paths exist and nothing on the machine is touched. Needs
 /// root, or a user namespace in which the caller is root (./dev test makes one).
 namespace sandbox {
 
