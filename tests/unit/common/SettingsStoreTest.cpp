@@ -5,6 +5,7 @@
 #include <random>
 #include <string>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -185,6 +186,10 @@ TEST(SettingsStore, WhatIsNoFileIsAFailedRead) {
   fs::remove(path);
   ASSERT_EQ(mkfifo(path.c_str(), 0644), 0);
   EXPECT_EQ(ReadsOf(kInt), kNone) << "pipe";
+  const int pipe_end = open(path.c_str(), O_RDWR);
+  ASSERT_EQ(write(pipe_end, "5\n", 2), 2);
+  EXPECT_EQ(ReadsOf(kInt), kNone) << "pipe with something in it";
+  close(pipe_end);
   ASSERT_EQ(vconf_set_int(kInt, 1), VCONF_OK) << "pipe";
   EXPECT_EQ(ReadsOf(kInt), (Reads{true, false, false})) << "the write replaced the pipe";
   fs::remove(path);
