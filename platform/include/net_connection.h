@@ -12,6 +12,8 @@ typedef enum {
   CONNECTION_ERROR_INVALID_PARAMETER = -22,  ///< null handle, out parameter or callback
   CONNECTION_ERROR_OUT_OF_MEMORY = -12,
   CONNECTION_ERROR_OPERATION_FAILED = -1,  ///< the service behind the interface cannot do it now
+  CONNECTION_ERROR_NO_CONNECTION = -2,     ///< there is no network to ask about
+  CONNECTION_ERROR_NOT_SUPPORTED = -95,    ///< this platform never answers that
 } connection_error_e;
 
 /// A user of the interface, with its callbacks. Several may exist at a time.
@@ -46,6 +48,99 @@ int connection_destroy(connection_h connection);
 int connection_set_ethernet_cable_state_chaged_cb(connection_h connection,
                                                   connection_ethernet_cable_state_chaged_cb callback,
                                                   void* user_data);
+
+/// Reads the wired network's state.
+/// @param state  out: untouched on failure
+/// @return CONNECTION_ERROR_NONE, CONNECTION_ERROR_INVALID_PARAMETER or
+/// CONNECTION_ERROR_OPERATION_FAILED
+int connection_get_ethernet_cable_state(connection_h connection,
+                                        connection_ethernet_cable_state_e* state);
+
+/// Called with each finding about the way to the internet. A report is about one step: "PHY" the link,
+/// "GATEWAY" the router, "DNS" the name service, "HTTP" the probe of a server.
+/// @param result  CONNECTION_ERROR_NONE when the step works, else any error
+/// @param state   the step; valid during the call
+typedef void (*connection_network_monitor_cb)(connection_error_e result, char* state, void* user_data);
+
+/// Sets the handle's one monitor callback; a second call replaces it. What is found first after that is
+/// reported also when nothing changed.
+/// @param user_data  borrowed until the callback is unset or replaced, or the handle destroyed
+/// @return CONNECTION_ERROR_NONE, CONNECTION_ERROR_INVALID_PARAMETER, CONNECTION_ERROR_NOT_SUPPORTED or
+///         CONNECTION_ERROR_OPERATION_FAILED
+int connection_set_network_monitor_cb(connection_h connection, connection_network_monitor_cb callback,
+                                      void* user_data);
+
+/// Unsets the monitor callback: none is called after this returns.
+/// @return CONNECTION_ERROR_NONE, or CONNECTION_ERROR_INVALID_PARAMETER when there is no such handle
+int connection_unset_network_monitor_cb(connection_h connection);
+
+/// A network in use or known. What it says is what was true when it was taken.
+typedef struct connection_profile_handle_s* connection_profile_h;
+
+typedef enum {
+  CONNECTION_PROFILE_TYPE_CELLULAR = 0,
+  CONNECTION_PROFILE_TYPE_WIFI = 1,
+  CONNECTION_PROFILE_TYPE_ETHERNET = 2,
+} connection_profile_type_e;
+
+typedef enum {
+  CONNECTION_ADDRESS_FAMILY_IPV4 = 0,
+  CONNECTION_ADDRESS_FAMILY_IPV6 = 1,
+} connection_address_family_e;
+
+/// The kinds of network hardware.
+typedef enum {
+  CONNECTION_TYPE_DISCONNECTED = 0,
+  CONNECTION_TYPE_WIFI = 1,
+  CONNECTION_TYPE_CELLULAR = 2,
+  CONNECTION_TYPE_ETHERNET = 3,
+} connection_type_e;
+
+/// Takes the profile of the network that carries the TV's traffic.
+/// @param profile  out: ends with connection_profile_destroy(); untouched on failure
+/// @return CONNECTION_ERROR_NONE, CONNECTION_ERROR_INVALID_PARAMETER, CONNECTION_ERROR_NO_CONNECTION when
+///         no network does, or CONNECTION_ERROR_OPERATION_FAILED
+int connection_get_current_profile(connection_h connection, connection_profile_h* profile);
+
+/// @return CONNECTION_ERROR_NONE or CONNECTION_ERROR_INVALID_PARAMETER
+int connection_profile_destroy(connection_profile_h profile);
+
+/// @param type  out: untouched on failure
+/// @return CONNECTION_ERROR_NONE or CONNECTION_ERROR_INVALID_PARAMETER
+int connection_profile_get_type(connection_profile_h profile, connection_profile_type_e* type);
+
+/// Reads for how long the router lent the address.
+/// @param seconds  out: untouched on failure
+/// @return CONNECTION_ERROR_NONE, CONNECTION_ERROR_INVALID_PARAMETER, CONNECTION_ERROR_NO_CONNECTION when
+///         the address was not lent, CONNECTION_ERROR_NOT_SUPPORTED or CONNECTION_ERROR_OPERATION_FAILED
+int connection_profile_get_dhcp_lease_duration(connection_profile_h profile,
+                                               connection_address_family_e family, int* seconds);
+
+/// Tells whether there is a default gateway, of whatever network. Needs no handle.
+/// @param has_gateway  out: untouched on failure
+/// @return CONNECTION_ERROR_NONE, CONNECTION_ERROR_INVALID_PARAMETER or
+/// CONNECTION_ERROR_OPERATION_FAILED
+int connection_profile_check_default_gateway(bool* has_gateway);
+
+/// Reads the hardware address of a kind of network.
+/// @param mac_address  out: "AA:BB:CC:DD:EE:FF", a heap string that the caller frees with free();
+///                     untouched on failure
+/// @return CONNECTION_ERROR_NONE, CONNECTION_ERROR_INVALID_PARAMETER, or CONNECTION_ERROR_OPERATION_FAILED
+///         when there is no such hardware
+int connection_get_mac_address(connection_h connection, connection_type_e type, char** mac_address);
+
+/// Reads the address of the network that carries the TV's traffic.
+/// @param ip_address  out: as text, a heap string that the caller frees with free(); untouched on failure
+/// @return CONNECTION_ERROR_NONE, CONNECTION_ERROR_INVALID_PARAMETER, CONNECTION_ERROR_NO_CONNECTION when
+///         there is no network or it has no address of this family, or CONNECTION_ERROR_OPERATION_FAILED
+int connection_get_ip_address(connection_h connection, connection_address_family_e family,
+                              char** ip_address);
+
+/// Tells whether the access point is a telephone that shares its own connection.
+/// @param status  out: 1 it is, 0 it is not, or the platform's own further kinds; untouched on failure
+/// @return CONNECTION_ERROR_NONE, CONNECTION_ERROR_INVALID_PARAMETER, CONNECTION_ERROR_NO_CONNECTION,
+///         CONNECTION_ERROR_NOT_SUPPORTED or CONNECTION_ERROR_OPERATION_FAILED
+int connection_check_hotspot(connection_h connection, int* status);
 
 #ifdef __cplusplus
 }
