@@ -5,6 +5,7 @@
 /// The platform functions that can be told to fail: every function of platform/include/ that answers
 /// something. A test holds this list to the headers.
 inline constexpr std::string_view kPlatformFunctions[] = {
+    "AddEventLogSync",
     "connection_check_hotspot",
     "connection_create",
     "connection_destroy",
