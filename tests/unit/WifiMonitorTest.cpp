@@ -216,16 +216,15 @@ TEST_F(WifiMonitor, WithoutAThreadThePassStillEnds) {
 TEST_F(WifiMonitor, ProcessMayEndWithAPassPending) {
   EXPECT_EXIT(
       {
-        g_kept = m_monitor;
         m_monitor->Start(Note("a"));
+        g_kept = std::move(m_monitor);
         std::exit(0);
       },
       testing::ExitedWithCode(0), "");
   EXPECT_EXIT(
       {
-        static const auto kept = m_monitor;
-        kept->Start(Note("a"));
-        m_monitor.reset();
+        m_monitor->Start(Note("a"));
+        static const auto kept = std::move(m_monitor);
         std::exit(0);
       },
       testing::ExitedWithCode(0), "");
