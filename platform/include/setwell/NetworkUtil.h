@@ -39,7 +39,9 @@ class NetworkUtil {
   /// Whether two radios belong to one router. They do when all octets but the last are equal, also when
   /// the first octets differ only in the locally-administered bit or in the upper nibble, as the
   /// addresses that routers make for their further radios often do.
-  /// @param diff  out: 0 for the same BSSID, never 0 for two of one router; untouched when false
+  /// @param diff  out: 0 for the same BSSID, else the last octet of `bssid` less that of
+  ///              `connectedBssid`; when only their first octets differ, 256 times the difference of
+  ///              those. So never 0 for two of one router; untouched when false
   /// @return false also when one of them is not six pairs of hexadecimal digits
   static bool IsDualBand(std::string bssid, std::string connectedBssid, int& diff);
 
