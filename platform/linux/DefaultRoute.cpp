@@ -1,5 +1,7 @@
 #include "DefaultRoute.h"
 
+#include <cstdlib>
+
 #include <linux/if_arp.h>
 #include <linux/rtnetlink.h>
 #include <netlink/attr.h>
@@ -45,12 +47,24 @@ std::optional<DefaultRoute> ParseDefaultRoute(const nlmsghdr* message) {
   return DefaultRoute{LinkOf(attributes), NumberOf(attributes[RTA_PRIORITY]).value_or(0)};
 }
 
-const char* NetworkTypeOf(const Link& link) {
+connection_profile_type_e ProfileTypeOf(const Link& link) {
   if (link.device_type == "wlan") {
-    return "Wireless";
+    return CONNECTION_PROFILE_TYPE_WIFI;
   }
   if (link.device_type == "wwan" || link.arp_type == ARPHRD_PPP || link.arp_type == ARPHRD_RAWIP) {
-    return "Cellular";
+    return CONNECTION_PROFILE_TYPE_CELLULAR;
   }
-  return "Wired";
+  return CONNECTION_PROFILE_TYPE_ETHERNET;
+}
+
+const char* NetworkTypeOf(const Link& link) {
+  switch (ProfileTypeOf(link)) {
+    case CONNECTION_PROFILE_TYPE_WIFI:
+      return "Wireless";
+    case CONNECTION_PROFILE_TYPE_CELLULAR:
+      return "Cellular";
+    case CONNECTION_PROFILE_TYPE_ETHERNET:
+      return "Wired";
+  }
+  std::abort();
 }

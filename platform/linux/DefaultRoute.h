@@ -6,6 +6,7 @@
 #include <linux/netlink.h>
 
 #include "Link.h"
+#include "net_connection.h"
 
 /// A default route of the main table.
 struct DefaultRoute {
@@ -17,6 +18,9 @@ struct DefaultRoute {
 /// @return nullopt for a damaged message and for every other route
 [[nodiscard]] std::optional<DefaultRoute> ParseDefaultRoute(const nlmsghdr* message);
 
-/// What "db/menu/network/network_type" says of a machine whose traffic leaves through this interface. A
-/// modem that shows itself as plain Ethernet counts as wired: the kernel sees no modem.
+/// The kind of network behind an interface. A modem that shows itself as plain Ethernet counts as wired:
+/// the kernel sees no modem.
+[[nodiscard]] connection_profile_type_e ProfileTypeOf(const Link& link);
+
+/// What "db/menu/network/network_type" says of a machine whose traffic leaves through this interface.
 [[nodiscard]] const char* NetworkTypeOf(const Link& link);

@@ -16,6 +16,9 @@ class WiredMonitor {
   /// @return null when the kernel gives no events; what is found at the start is not told
   static std::unique_ptr<WiredMonitor> Start(Handler handler);
 
+  /// As it was told last, or found at the start.
+  [[nodiscard]] bool IsAttached() const { return m_network.IsAttached(); }
+
  private:
   explicit WiredMonitor(Handler handler) : m_handler(std::move(handler)) {}
   bool Open();

@@ -40,15 +40,15 @@ void OnCable(bool is_attached) {
   });
 }
 
-bool IsKnown(connection_h connection) {
-  return All().handles.contains(connection);
-}
-
 bool RemoveListener(connection_h connection) {
   return All().listeners.RemoveIf([&](const Listener& l) { return l.connection == connection; }) > 0;
 }
 
 }  // namespace
+
+bool IsConnection(connection_h connection) {
+  return All().handles.contains(connection);
+}
 
 int connection_create(connection_h* connection) {
   if (const auto refusal = call_gate::Refusal("connection_create")) {
@@ -76,7 +76,7 @@ int connection_destroy(connection_h connection) {
   if (const auto refusal = call_gate::Refusal("connection_destroy")) {
     return *refusal;
   }
-  if (!IsKnown(connection)) {
+  if (!IsConnection(connection)) {
     return CONNECTION_ERROR_INVALID_PARAMETER;
   }
   RemoveListener(connection);
@@ -94,12 +94,47 @@ int connection_set_ethernet_cable_state_chaged_cb(connection_h connection,
   if (const auto refusal = call_gate::Refusal("connection_set_ethernet_cable_state_chaged_cb")) {
     return *refusal;
   }
-  if (!IsKnown(connection) || callback == nullptr) {
+  if (!IsConnection(connection) || callback == nullptr) {
     return CONNECTION_ERROR_INVALID_PARAMETER;
   }
   RemoveListener(connection);
   All().listeners.Add({connection, callback, user_data});
   return CONNECTION_ERROR_NONE;
+}
+
+int connection_get_ethernet_cable_state(connection_h connection,
+                                        connection_ethernet_cable_state_e* state) {
+  if (const auto refusal = call_gate::Refusal("connection_get_ethernet_cable_state")) {
+    return *refusal;
+  }
+  if (!IsConnection(connection) || state == nullptr) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  if (All().monitor == nullptr) {
+    return CONNECTION_ERROR_OPERATION_FAILED;
+  }
+  *state = All().monitor->IsAttached() ? CONNECTION_ETHERNET_CABLE_ATTACHED
+                                       : CONNECTION_ETHERNET_CABLE_DETACHED;
+  return CONNECTION_ERROR_NONE;
+}
+
+/// Nothing in this backend probes the way to the internet yet.
+int connection_set_network_monitor_cb(connection_h connection, connection_network_monitor_cb callback,
+                                      void* /*user_data*/) {
+  if (const auto refusal = call_gate::Refusal("connection_set_network_monitor_cb")) {
+    return *refusal;
+  }
+  if (!IsConnection(connection) || callback == nullptr) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  return CONNECTION_ERROR_NOT_SUPPORTED;
+}
+
+int connection_unset_network_monitor_cb(connection_h connection) {
+  if (const auto refusal = call_gate::Refusal("connection_unset_network_monitor_cb")) {
+    return *refusal;
+  }
+  return IsConnection(connection) ? CONNECTION_ERROR_NONE : CONNECTION_ERROR_INVALID_PARAMETER;
 }
 
 void StopConnections() {

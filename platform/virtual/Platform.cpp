@@ -21,6 +21,7 @@ int platform_start() {
   }
   tv.GetCable().Line().Open();
   tv.GetTelephony().Line().Open();
+  tv.GetInternet().Line().Open();
   if (g_door != nullptr) {
     return 0;
   }
@@ -38,4 +39,5 @@ void platform_stop() {
   g_door.reset();
   tv.GetCable().Line().Close();
   tv.GetTelephony().Line().Close();
+  tv.GetInternet().Line().Close();
 }

@@ -23,6 +23,7 @@ void Telephony::SetRunning(bool running) {
   if (error != 0) {
     PLATFORM_LOG(DLOG_ERROR, "cannot write %s: %s", vconf_keys::kTelephonyReady, g_strerror(error));
   }
+  VirtualTv::Instance().NetworkChanged();
 }
 
 void Telephony::SetDongle(bool inserted) {
@@ -34,6 +35,7 @@ void Telephony::SetDongle(bool inserted) {
     const std::uint64_t number = ++m_event_count;
     m_line.Send([this, inserted, number] { Deliver(inserted ? 1 : 0, number); });
   }
+  VirtualTv::Instance().NetworkChanged();
 }
 
 void Telephony::Deliver(int status, std::uint64_t number) const {

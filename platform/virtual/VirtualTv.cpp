@@ -30,6 +30,8 @@ DeliveryLine& VirtualTv::LineOf(EventKind kind) {
       return m_cable.Line();
     case EventKind::kDongle:
       return m_telephony.Line();
+    case EventKind::kReport:
+      return m_internet.Line();
   }
   std::abort();
 }

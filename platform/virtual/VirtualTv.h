@@ -9,7 +9,9 @@
 #include <vector>
 
 #include "Cable.h"
+#include "Internet.h"
 #include "Telephony.h"
+#include "Wifi.h"
 
 /// A TV without hardware, in a room where things are plugged and pulled: what stands behind the
 /// platform functions of this backend. One TV a process, built on first use and never destroyed, so
@@ -44,6 +46,7 @@ class VirtualTv {
   enum class EventKind {
     kCable,   ///< from the plug to the callback
     kDongle,  ///< from the socket to the callback
+    kReport,  ///< from what the check for the internet found to the callback
   };
   /// For the events from now on; 10 ms until it is set.
   void SetLatency(EventKind kind, unsigned milliseconds);
@@ -76,6 +79,11 @@ class VirtualTv {
 
   [[nodiscard]] Cable& GetCable() { return m_cable; }
   [[nodiscard]] Telephony& GetTelephony() { return m_telephony; }
+  [[nodiscard]] Wifi& GetWifi() { return m_wifi; }
+  [[nodiscard]] Internet& GetInternet() { return m_internet; }
+
+  /// Called by each part of the TV when it has joined or left a network.
+  void NetworkChanged() { m_internet.NetworkChanged(); }
 
  private:
   VirtualTv();
@@ -84,6 +92,8 @@ class VirtualTv {
 
   Cable m_cable;
   Telephony m_telephony;
+  Wifi m_wifi;
+  Internet m_internet{m_cable, m_wifi, m_telephony};
   std::map<std::string, std::string> m_features;  // those that were set here, by whole key
 
   std::mutex m_calls_mutex;  // guards the two below

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+#include <unordered_map>
+#include <utility>
+
+/// The handles of one kind that a backend has given out, so that one that was never given out, or has
+/// been destroyed, is refused and not read through. Main-loop thread only.
+template <class Object>
+class HandleSet {
+ public:
+  /// @return owned by the set until Remove()
+  Object* Add(Object object) {
+    auto owned = std::make_unique<Object>(std::move(object));
+    Object* const handle = owned.get();
+    m_objects.emplace(handle, std::move(owned));
+    return handle;
+  }
+
+  /// @return false when there is no such handle (any more)
+  bool Remove(const Object* handle) { return m_objects.erase(handle) > 0; }
+
+  [[nodiscard]] bool Has(const Object* handle) const { return m_objects.contains(handle); }
+  [[nodiscard]] bool IsEmpty() const { return m_objects.empty(); }
+
+ private:
+  std::unordered_map<const Object*, std::unique_ptr<Object>> m_objects;
+};

@@ -1,0 +1,176 @@
+#include "KernelTables.h"
+
+#include <cstdio>
+#include <memory>
+#include <string_view>
+
+#include <arpa/inet.h>
+#include <ifaddrs.h>
+#include <net/if.h>  // before the kernel's own headers, which then leave out what it has
+#include <netinet/in.h>
+
+#include <linux/if_arp.h>
+#include <linux/if_link.h>
+#include <linux/rtnetlink.h>
+#include <netlink/attr.h>
+#include <netlink/msg.h>
+
+#include "DefaultRoute.h"
+#include "NetlinkSocket.h"
+
+namespace {
+
+constexpr int kHardwareAddressBytes = 6;
+
+/// A socket that hears of nothing but the answers to its questions.
+std::unique_ptr<NetlinkSocket> OpenForQuestions() {
+  return NetlinkSocket::Open(
+      {}, [](const nlmsghdr*) {}, [] {});
+}
+
+bool FindBestRoute(NetlinkSocket& socket, std::optional<DefaultRoute>& best) {
+  return socket.Dump(
+      RTM_GETROUTE, [&] { best.reset(); },
+      [&](const nlmsghdr* message) {
+        const auto route = ParseDefaultRoute(message);
+        if (route && (!best || route->metric < best->metric)) {
+          best = route;
+        }
+      });
+}
+
+bool FindLink(NetlinkSocket& socket, int index, std::optional<Link>& found) {
+  return socket.Dump(
+      RTM_GETLINK, [&] { found.reset(); },
+      [&](const nlmsghdr* message) {
+        const auto link = ParseLink(message);
+        if (link && link->index == index) {
+          found = link;
+        }
+      });
+}
+
+/// How little an address is wanted.
+int RankOf(const sockaddr* address) {
+  if (address->sa_family == AF_INET) {
+    const auto ip = ntohl(reinterpret_cast<const sockaddr_in*>(address)->sin_addr.s_addr);
+    return (ip >> 16) == 0xA9FE ? 1 : 0;
+  }
+  const in6_addr& ip = reinterpret_cast<const sockaddr_in6*>(address)->sin6_addr;
+  if (IN6_IS_ADDR_LINKLOCAL(&ip)) {
+    return 2;
+  }
+  return (ip.s6_addr[0] & 0xFE) == 0xFC ? 1 : 0;
+}
+
+std::string TextOf(const sockaddr* address) {
+  const void* const ip =
+      address->sa_family == AF_INET
+          ? static_cast<const void*>(&reinterpret_cast<const sockaddr_in*>(address)->sin_addr)
+          : &reinterpret_cast<const sockaddr_in6*>(address)->sin6_addr;
+  char text[INET6_ADDRSTRLEN] = "";
+  inet_ntop(address->sa_family, ip, text, sizeof text);
+  return text;
+}
+
+/// @return nullopt for an interface without one, as a modem's may be
+std::optional<std::string> HardwareAddressIn(const nlmsghdr* message) {
+  const nlattr* address =
+      nlmsg_find_attr(const_cast<nlmsghdr*>(message), sizeof(ifinfomsg), IFLA_ADDRESS);
+  if (address == nullptr || nla_len(address) != kHardwareAddressBytes) {
+    return std::nullopt;
+  }
+  const auto* bytes = static_cast<const unsigned char*>(nla_data(address));
+  char text[3 * kHardwareAddressBytes];
+  std::snprintf(text, sizeof text, "%02X:%02X:%02X:%02X:%02X:%02X", bytes[0], bytes[1], bytes[2],
+                bytes[3], bytes[4], bytes[5]);
+  return text;
+}
+
+bool IsOfType(const Link& link, connection_type_e type) {
+  switch (type) {
+    case CONNECTION_TYPE_ETHERNET:
+      return IsWired(link);
+    case CONNECTION_TYPE_WIFI:
+      return link.device_type == "wlan";
+    case CONNECTION_TYPE_CELLULAR:
+      return link.device_type == "wwan";
+    case CONNECTION_TYPE_DISCONNECTED:
+      break;
+  }
+  return false;
+}
+
+}  // namespace
+
+namespace kernel_tables {
+
+bool FindTrafficLink(std::optional<Link>& link) {
+  const auto socket = OpenForQuestions();
+  std::optional<DefaultRoute> route;
+  if (socket == nullptr || !FindBestRoute(*socket, route)) {
+    return false;
+  }
+  std::optional<Link> found;
+  if (route && !FindLink(*socket, route->link_index, found)) {
+    return false;
+  }
+  if (found && found->has_carrier) {
+    found->device_type = DeviceTypeOf(found->index);
+    link = found;
+  } else {
+    link.reset();
+  }
+  return true;
+}
+
+std::optional<std::string> AddressOf(int link_index, connection_address_family_e family) {
+  char name[IFNAMSIZ];
+  ifaddrs* all = nullptr;
+  if (if_indextoname(static_cast<unsigned>(link_index), name) == nullptr || getifaddrs(&all) != 0) {
+    return std::nullopt;
+  }
+  const int wanted = family == CONNECTION_ADDRESS_FAMILY_IPV4 ? AF_INET : AF_INET6;
+  const sockaddr* best = nullptr;
+  for (const ifaddrs* entry = all; entry != nullptr; entry = entry->ifa_next) {
+    const sockaddr* address = entry->ifa_addr;
+    if (address == nullptr || address->sa_family != wanted ||
+        std::string_view(name) != entry->ifa_name) {
+      continue;
+    }
+    if (best == nullptr || RankOf(address) < RankOf(best)) {
+      best = address;
+    }
+  }
+  const auto text = best == nullptr ? std::nullopt : std::optional(TextOf(best));
+  freeifaddrs(all);
+  return text;
+}
+
+std::optional<std::string> HardwareAddressOf(connection_type_e type) {
+  const auto socket = OpenForQuestions();
+  if (socket == nullptr) {
+    return std::nullopt;
+  }
+  std::optional<std::string> found;
+  bool has_carrier = false;
+  const auto on_start = [&] {
+    found.reset();
+    has_carrier = false;
+  };
+  const bool is_complete = socket->Dump(RTM_GETLINK, on_start, [&](const nlmsghdr* message) {
+    auto link = ParseLink(message);
+    if (!link || (found && (has_carrier || !link->has_carrier))) {
+      return;
+    }
+    link->device_type = DeviceTypeOf(link->index);
+    const auto address = HardwareAddressIn(message);
+    if (address && IsOfType(*link, type)) {
+      found = address;
+      has_carrier = link->has_carrier;
+    }
+  });
+  return is_complete ? found : std::nullopt;
+}
+
+}  // namespace kernel_tables

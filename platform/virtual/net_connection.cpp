@@ -1,0 +1,231 @@
+#include "net_connection.h"
+
+#include <cstring>
+#include <string>
+
+#include "CallGate.h"
+#include "HandleSet.h"
+#include "VirtualTv.h"
+
+struct connection_handle_s {};
+
+struct connection_profile_handle_s {
+  connection_profile_type_e type;
+  int lease_seconds;  // 0: not lent
+};
+
+namespace {
+
+HandleSet<connection_handle_s>& Connections() {
+  static auto* const connections = new HandleSet<connection_handle_s>;
+  return *connections;
+}
+
+HandleSet<connection_profile_handle_s>& Profiles() {
+  static auto* const profiles = new HandleSet<connection_profile_handle_s>;
+  return *profiles;
+}
+
+bool IsFamily(connection_address_family_e family) {
+  return family == CONNECTION_ADDRESS_FAMILY_IPV4 || family == CONNECTION_ADDRESS_FAMILY_IPV6;
+}
+
+}  // namespace
+
+int connection_create(connection_h* connection) {
+  VirtualTv::Instance();  // which sets the gate's hook
+  if (const auto refusal = call_gate::Refusal("connection_create")) {
+    return *refusal;
+  }
+  if (connection == nullptr) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  *connection = Connections().Add({});
+  return CONNECTION_ERROR_NONE;
+}
+
+int connection_destroy(connection_h connection) {
+  VirtualTv& tv = VirtualTv::Instance();
+  if (const auto refusal = call_gate::Refusal("connection_destroy")) {
+    return *refusal;
+  }
+  if (!Connections().Remove(connection)) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  tv.GetCable().Callbacks().Remove(connection);
+  tv.GetInternet().Monitors().Remove(connection);
+  return CONNECTION_ERROR_NONE;
+}
+
+int connection_set_ethernet_cable_state_chaged_cb(connection_h connection,
+                                                  connection_ethernet_cable_state_chaged_cb callback,
+                                                  void* user_data) {
+  VirtualTv& tv = VirtualTv::Instance();
+  if (const auto refusal = call_gate::Refusal("connection_set_ethernet_cable_state_chaged_cb")) {
+    return *refusal;
+  }
+  if (!Connections().Has(connection) || callback == nullptr) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  tv.GetCable().Callbacks().Set(connection, callback, user_data);
+  return CONNECTION_ERROR_NONE;
+}
+
+int connection_get_ethernet_cable_state(connection_h connection,
+                                        connection_ethernet_cable_state_e* state) {
+  VirtualTv& tv = VirtualTv::Instance();
+  if (const auto refusal = call_gate::Refusal("connection_get_ethernet_cable_state")) {
+    return *refusal;
+  }
+  if (!Connections().Has(connection) || state == nullptr) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  *state = tv.GetCable().IsAttached() ? CONNECTION_ETHERNET_CABLE_ATTACHED
+                                      : CONNECTION_ETHERNET_CABLE_DETACHED;
+  return CONNECTION_ERROR_NONE;
+}
+
+int connection_set_network_monitor_cb(connection_h connection, connection_network_monitor_cb callback,
+                                      void* user_data) {
+  VirtualTv& tv = VirtualTv::Instance();
+  if (const auto refusal = call_gate::Refusal("connection_set_network_monitor_cb")) {
+    return *refusal;
+  }
+  if (!Connections().Has(connection) || callback == nullptr) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  tv.GetInternet().SetMonitor(connection, callback, user_data);
+  return CONNECTION_ERROR_NONE;
+}
+
+int connection_unset_network_monitor_cb(connection_h connection) {
+  VirtualTv& tv = VirtualTv::Instance();
+  if (const auto refusal = call_gate::Refusal("connection_unset_network_monitor_cb")) {
+    return *refusal;
+  }
+  if (!Connections().Has(connection)) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  tv.GetInternet().Monitors().Remove(connection);
+  return CONNECTION_ERROR_NONE;
+}
+
+int connection_get_current_profile(connection_h connection, connection_profile_h* profile) {
+  const Internet& internet = VirtualTv::Instance().GetInternet();
+  if (const auto refusal = call_gate::Refusal("connection_get_current_profile")) {
+    return *refusal;
+  }
+  if (!Connections().Has(connection) || profile == nullptr) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  switch (internet.GetCarrier()) {
+    case Internet::Carrier::kNone:
+      return CONNECTION_ERROR_NO_CONNECTION;
+    case Internet::Carrier::kCable:
+      *profile = Profiles().Add({CONNECTION_PROFILE_TYPE_ETHERNET, internet.LeaseSeconds()});
+      break;
+    case Internet::Carrier::kWifi:
+      *profile = Profiles().Add({CONNECTION_PROFILE_TYPE_WIFI, internet.LeaseSeconds()});
+      break;
+    case Internet::Carrier::kCellular:
+      *profile = Profiles().Add({CONNECTION_PROFILE_TYPE_CELLULAR, 0});
+      break;
+  }
+  return CONNECTION_ERROR_NONE;
+}
+
+int connection_profile_destroy(connection_profile_h profile) {
+  VirtualTv::Instance();
+  if (const auto refusal = call_gate::Refusal("connection_profile_destroy")) {
+    return *refusal;
+  }
+  return Profiles().Remove(profile) ? CONNECTION_ERROR_NONE : CONNECTION_ERROR_INVALID_PARAMETER;
+}
+
+int connection_profile_get_type(connection_profile_h profile, connection_profile_type_e* type) {
+  VirtualTv::Instance();
+  if (const auto refusal = call_gate::Refusal("connection_profile_get_type")) {
+    return *refusal;
+  }
+  if (!Profiles().Has(profile) || type == nullptr) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  *type = profile->type;
+  return CONNECTION_ERROR_NONE;
+}
+
+int connection_profile_get_dhcp_lease_duration(connection_profile_h profile,
+                                               connection_address_family_e family, int* seconds) {
+  VirtualTv::Instance();
+  if (const auto refusal = call_gate::Refusal("connection_profile_get_dhcp_lease_duration", family)) {
+    return *refusal;
+  }
+  if (!Profiles().Has(profile) || !IsFamily(family) || seconds == nullptr) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  if (family != CONNECTION_ADDRESS_FAMILY_IPV4 || profile->lease_seconds == 0) {
+    return CONNECTION_ERROR_NO_CONNECTION;
+  }
+  *seconds = profile->lease_seconds;
+  return CONNECTION_ERROR_NONE;
+}
+
+int connection_profile_check_default_gateway(bool* has_gateway) {
+  const Internet& internet = VirtualTv::Instance().GetInternet();
+  if (const auto refusal = call_gate::Refusal("connection_profile_check_default_gateway")) {
+    return *refusal;
+  }
+  if (has_gateway == nullptr) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  *has_gateway = internet.HasDefaultGateway();
+  return CONNECTION_ERROR_NONE;
+}
+
+int connection_get_mac_address(connection_h connection, connection_type_e type, char** mac_address) {
+  const Internet& internet = VirtualTv::Instance().GetInternet();
+  if (const auto refusal = call_gate::Refusal("connection_get_mac_address", type)) {
+    return *refusal;
+  }
+  if (!Connections().Has(connection) || mac_address == nullptr) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  const std::string found = internet.MacAddress(type);
+  if (found.empty()) {
+    return CONNECTION_ERROR_OPERATION_FAILED;
+  }
+  *mac_address = strdup(found.c_str());
+  return CONNECTION_ERROR_NONE;
+}
+
+int connection_get_ip_address(connection_h connection, connection_address_family_e family,
+                              char** ip_address) {
+  const Internet& internet = VirtualTv::Instance().GetInternet();
+  if (const auto refusal = call_gate::Refusal("connection_get_ip_address", family)) {
+    return *refusal;
+  }
+  if (!Connections().Has(connection) || !IsFamily(family) || ip_address == nullptr) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  const std::string found = internet.Address(family);
+  if (found.empty()) {
+    return CONNECTION_ERROR_NO_CONNECTION;
+  }
+  *ip_address = strdup(found.c_str());
+  return CONNECTION_ERROR_NONE;
+}
+
+int connection_check_hotspot(connection_h connection, int* status) {
+  VirtualTv& tv = VirtualTv::Instance();
+  if (const auto refusal = call_gate::Refusal("connection_check_hotspot")) {
+    return *refusal;
+  }
+  if (!Connections().Has(connection) || status == nullptr) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  if (tv.GetWifi().State() != WIFI_CONNECTION_STATE_CONNECTED) {
+    return CONNECTION_ERROR_NO_CONNECTION;
+  }
+  *status = tv.GetInternet().Hotspot();
+  return CONNECTION_ERROR_NONE;
+}
