@@ -41,6 +41,8 @@ Texts Journal(const char* member = "description") {
 
 class KpiLogService : public testing::Test {
  protected:
+  KpiLogService() { m_tv.PlugCable(); }  // and so there is a gateway
+
   /// Makes the service, with whatever consent the store holds at this moment.
   CWirelessKPILogger& Service() { return *CNetworkLogServiceSingleton<CWirelessKPILogger>::Get(); }
 
