@@ -22,6 +22,7 @@ int platform_start() {
   tv.GetCable().Line().Open();
   tv.GetTelephony().Line().Open();
   tv.GetInternet().Line().Open();
+  tv.GetWifi().Requests().Open();
   if (g_door != nullptr) {
     return 0;
   }
@@ -40,4 +41,5 @@ void platform_stop() {
   tv.GetCable().Line().Close();
   tv.GetTelephony().Line().Close();
   tv.GetInternet().Line().Close();
+  tv.GetWifi().Requests().Close();
 }

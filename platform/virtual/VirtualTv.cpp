@@ -32,6 +32,16 @@ DeliveryLine& VirtualTv::LineOf(EventKind kind) {
       return m_telephony.Line();
     case EventKind::kReport:
       return m_internet.Line();
+    case EventKind::kScan:
+      return m_wifi.Requests().ScanLine();
+    case EventKind::kLook:
+      return m_wifi.Requests().LookLine();
+    case EventKind::kConnect:
+      return m_wifi.Requests().ConnectLine();
+    case EventKind::kAddress:
+      return m_wifi.Requests().AddressLine();
+    case EventKind::kDisconnect:
+      return m_wifi.Requests().DisconnectLine();
   }
   std::abort();
 }

@@ -10,6 +10,7 @@
 
 #include "Cable.h"
 #include "Internet.h"
+#include "NetworkTypeKey.h"
 #include "Telephony.h"
 #include "Wifi.h"
 
@@ -44,11 +45,16 @@ class VirtualTv {
   void SetFeature(const std::string& name, const std::string& value);
 
   enum class EventKind {
-    kCable,   ///< from the plug to the callback
-    kDongle,  ///< from the socket to the callback
-    kReport,  ///< from what the check for the internet found to the callback
+    kCable,       ///< from the plug to the callback
+    kDongle,      ///< from the socket to the callback
+    kReport,      ///< from what the check for the internet found to the callback
+    kScan,        ///< a look at all channels
+    kLook,        ///< a look at the one channel where an access point should be
+    kConnect,     ///< from asking an access point to its answer
+    kAddress,     ///< from its answer to an address
+    kDisconnect,  ///< from asking to leave to having left
   };
-  /// For the events from now on; 10 ms until it is set.
+  /// For the events from now on; 10 ms until it is set, and for Wi-Fi the latencies of WifiRequests.
   void SetLatency(EventKind kind, unsigned milliseconds);
   [[nodiscard]] unsigned LatencyMs(EventKind kind);
 
@@ -61,7 +67,8 @@ class VirtualTv {
 
   struct Call {
     std::string function;
-    std::vector<std::string> arguments;  ///< as text; handles and out parameters left out
+    /// As text; handles, out parameters and passphrases left out, but an access point by its BSSID.
+    std::vector<std::string> arguments;
     bool operator==(const Call&) const = default;
   };
   /// The calls of platform functions, refused ones included, oldest first; at most the last kMostCalls.
@@ -83,7 +90,10 @@ class VirtualTv {
   [[nodiscard]] Internet& GetInternet() { return m_internet; }
 
   /// Called by each part of the TV when it has joined or left a network.
-  void NetworkChanged() { m_internet.NetworkChanged(); }
+  void NetworkChanged() {
+    m_network_type.Follow(m_internet.GetCarrier());
+    m_internet.NetworkChanged();
+  }
 
  private:
   VirtualTv();
@@ -94,6 +104,7 @@ class VirtualTv {
   Telephony m_telephony;
   Wifi m_wifi;
   Internet m_internet{m_cable, m_wifi, m_telephony};
+  NetworkTypeKey m_network_type;
   std::map<std::string, std::string> m_features;  // those that were set here, by whole key
 
   std::mutex m_calls_mutex;  // guards the two below

@@ -1,68 +1,39 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "DeliveryLine.h"
-#include "wifi.h"
-#include "wifi_manager.h"
-
-/// One radio of a router: one network on one channel.
-struct Radio {
-  /// How it answers those who want to connect.
-  enum class Temper {
-    kAccepts,
-    kRefuses,       ///< turns the TV away at once
-    kSilent,        ///< is on the air and never answers
-    kAnswersTwice,  ///< accepts, and the answer reaches the program two times
-    kNoAddress,     ///< lets the TV in, and no address is given there
-  };
-
-  std::string bssid;  ///< "AA:BB:CC:DD:EE:FF"
-  std::string essid;
-  bool is_hidden = false;
-  int frequency = 2437;  ///< MHz
-  wifi_security_type_e security = WIFI_SECURITY_TYPE_WPA2_PSK;
-  std::string passphrase;
-  int rssi = -50;      ///< dBm, as the TV receives it
-  int bandwidth = 20;  ///< MHz
-  wifi_manager_connection_mode_e mode = WIFI_MANAGER_CONNECTION_MODE_80211N;
-  Temper temper = Temper::kAccepts;
-  bool is_on = true;
-  std::string ipv4 = "192.168.0.20";  ///< the TV's addresses there; empty: none
-  std::string ipv6;
-};
-
-/// A network that the TV knows.
-struct SavedNetwork {
-  std::string essid;
-  wifi_security_type_e security;
-  std::string passphrase;
-};
+#include "ApHandles.h"
+#include "Radio.h"
+#include "WifiRequests.h"
 
 /// The TV's Wi-Fi and the radios around it. Owned by VirtualTv; main-loop thread only.
 ///
-/// The TV knows of a radio what its last scan saw. A scan, a look at one channel and a connection take
-/// their latencies; the radios are asked when the time is up, so what happens to them in between counts.
+/// The TV knows of a radio what its last scan saw; of the one that it is connected to, what is so now. A
+/// scan, a look at one channel and a connection take their latencies (see WifiRequests); the radios are
+/// asked when the time is up, so what happens to them in between counts.
 class Wifi {
  public:
-  /// Puts a radio on the air; one with the same BSSID is replaced.
+  /// Puts a radio on the air; one with the same BSSID is replaced, and takes the TV's connection with it
+  /// unless the new one carries the same network.
   void AddRadio(const Radio& radio);
   /// A radio that goes off the air, or is gone, takes the TV's connection with it.
   /// @return false when there is no such radio
   bool RemoveRadio(std::string_view bssid);
   bool SetOn(std::string_view bssid, bool is_on);
   /// Null when there is no such radio; valid until radios are added or removed. What is changed through
-  /// it is seen by the next scan.
+  /// it is seen by the next scan; use SetOn() to switch it.
   Radio* FindRadio(std::string_view bssid);
   [[nodiscard]] const std::vector<Radio>& Radios() const { return m_radios; }
 
+  /// One with the same name and security is replaced.
   void Save(const SavedNetwork& network);
   bool Forget(std::string_view essid);
   [[nodiscard]] const std::vector<SavedNetwork>& Saved() const { return m_saved; }
+  [[nodiscard]] const SavedNetwork* FindSaved(std::string_view essid,
+                                              wifi_security_type_e security) const;
 
   /// Connects the TV at once, without scan, latency or callback: how an evening begins. The network is
   /// saved and the radio is known to the TV from then on.
@@ -81,10 +52,43 @@ class Wifi {
   void SetSnr(int snr) { m_snr = snr; }
   [[nodiscard]] int Snr() const { return m_snr; }
 
+  /// The rest is for the platform functions.
+
+  void Initialize() { m_is_initialized = true; }
+  [[nodiscard]] bool IsInitialized() const { return m_is_initialized; }
+
+  /// What the TV knows of the radios, in the order in which they were put up.
+  [[nodiscard]] std::vector<AccessPoint> Known() const;
+  /// The same, one for each name and security: the connected radio, else the strongest. Hidden ones
+  /// whose name is not known stand for themselves.
+  [[nodiscard]] std::vector<AccessPoint> KnownNetworks() const;
+  /// What the TV knows of the radios that carry the network of `ap`.
+  [[nodiscard]] std::vector<AccessPoint> KnownRadiosOf(const AccessPoint& ap) const;
+  [[nodiscard]] std::optional<AccessPoint> FindKnown(std::string_view bssid) const;
+  [[nodiscard]] std::optional<AccessPoint> Connected() const { return FindKnown(m_connected); }
+  /// The TV has seen this radio, and asked for it by its name.
+  void See(const Radio& radio);
+
+  /// The one way into a state.
+  /// @param bssid  of a radio that the TV has seen, in the connected state; else empty
+  void Enter(wifi_connection_state_e state, const std::string& bssid = {});
+
+  [[nodiscard]] ApHandles& Handles() { return m_handles; }
+  [[nodiscard]] WifiRequests& Requests() { return m_requests; }
+
  private:
+  [[nodiscard]] AccessPoint Describe(const Radio& seen) const;
+
   std::vector<Radio> m_radios;
+  std::vector<Radio> m_seen;  // as they were then; hidden ones without a name unless the TV asked for it
   std::vector<SavedNetwork> m_saved;
   wifi_connection_state_e m_state = WIFI_CONNECTION_STATE_DISCONNECTED;
   std::string m_connected;
   int m_snr = 40;
+  bool m_is_initialized = false;
+  ApHandles m_handles;
+  WifiRequests m_requests{*this};
 };
+
+/// BSSIDs are one however their letters are written.
+[[nodiscard]] bool IsSameBssid(std::string_view one, std::string_view other);
