@@ -3,6 +3,7 @@
 #include <glib.h>
 #include <malloc.h>
 
+#include "C5GhzSwitchHandler.h"
 #include "Log.h"
 #include "NW_CellularPopup.h"
 #include "NW_Common.h"
@@ -32,8 +33,8 @@ void ResetNetworkAppStatus() {
 }
 
 constexpr Step kStartSteps[] = {
-    [] { registerEvent(); }, registerCellularEvents, [] { registerPowerCallback(true); },
-    register_NSLaunchVconf,  ResetNetworkAppStatus,
+    [] { GetPOCInstance()->Init(); },    [] { registerEvent(); }, registerCellularEvents,
+    [] { registerPowerCallback(true); }, register_NSLaunchVconf,  ResetNetworkAppStatus,
 };
 
 /// Not the reverse of the start.
@@ -42,6 +43,7 @@ constexpr Step kStopSteps[] = {
     deregisterCellularEvent,
     [] { registerPowerCallback(false); },
     deregister_NSLaunchVconf,
+    [] { GetPOCInstance()->DeInit(); },
 };
 
 void __Init() {

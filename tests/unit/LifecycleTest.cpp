@@ -113,6 +113,11 @@ TEST(Lifecycle, LeavesThePlatformInItsFixedOrder) {
                                        "vconf_ignore_key_changed memory/menu/network/notify_pelorus",
                                        "vconf_ignore_key_changed db/was/factory_reset",
                                        "vconf_ignore_key_changed db/menu/network/launchNS",
+                                       "system_info_get_value_int 281",
+                                       "vconf_ignore_key_changed memory/sp-kpi/neterr_streaming_buffer",
+                                       "vconf_ignore_key_changed memory/sp-kpi/neterr_streaming_lowres",
+                                       "vconf_ignore_key_changed db/menu/network/launchNS",
+                                       "connection_destroy",
                                    }));
 }
 
@@ -122,6 +127,12 @@ TEST(Lifecycle, UsesThePlatformInItsFixedOrder) {
   RunDaemonFor(1s, [] { started = VirtualTv::Instance().Calls(); });
   EXPECT_EQ(Functions(started), (std::vector<std::string>{
                                     "platform_start",
+                                    "connection_create",
+                                    "wifi_initialize",
+                                    "system_info_get_value_int 281",
+                                    "vconf_notify_key_changed memory/sp-kpi/neterr_streaming_buffer",
+                                    "vconf_notify_key_changed memory/sp-kpi/neterr_streaming_lowres",
+                                    "vconf_notify_key_changed db/menu/network/launchNS",
                                     "connection_create",
                                     "connection_set_ethernet_cable_state_chaged_cb",
                                     "vconf_notify_key_changed memory/menu/network/notify_pelorus",
@@ -169,7 +180,8 @@ INSTANTIATE_TEST_SUITE_P(OfThePlatform, EveryFailure,
                                          "vconf_get_int", "vconf_get_bool", "vconf_get_str",
                                          "vconf_set_int", "vconf_set_str", "vconf_notify_key_changed",
                                          "vconf_ignore_key_changed", "system_info_get_custom_bool",
-                                         "system_info_get_custom_int"),
+                                         "system_info_get_custom_int", "system_info_get_value_int",
+                                         "wifi_initialize"),
                          [](const auto& case_info) { return std::string(case_info.param); });
 
 TEST(Lifecycle, TheRunningDaemonAnswersFactoryResetInstantOnAndTheSettingsScreen) {
