@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
+#include <utility>
 
 #include <glib.h>
 
@@ -133,13 +135,14 @@ void Wifi::See(const Radio& radio) {
 
 AccessPoint Wifi::Describe(const Radio& seen) const {
   const bool is_connected = IsSameBssid(seen.bssid, m_connected);
-  const auto now = Find(m_radios, seen.bssid);
-  const Radio& radio = is_connected && now != m_radios.end() ? *now : seen;
+  const auto now = is_connected ? Find(m_radios, seen.bssid) : m_radios.end();
+  const Radio& radio = now != m_radios.end() ? *now : seen;
   return {radio, FindSaved(radio.essid, radio.security) != nullptr, is_connected};
 }
 
 std::vector<AccessPoint> Wifi::Known() const {
   std::vector<AccessPoint> known;
+  known.reserve(m_seen.size());
   std::ranges::transform(m_seen, std::back_inserter(known),
                          [this](const Radio& seen) { return Describe(seen); });
   return known;
@@ -147,23 +150,29 @@ std::vector<AccessPoint> Wifi::Known() const {
 
 std::vector<AccessPoint> Wifi::KnownNetworks() const {
   std::vector<AccessPoint> networks;
+  std::map<std::pair<std::string, wifi_security_type_e>, std::size_t> places;
   for (const AccessPoint& ap : Known()) {
-    const auto other = std::ranges::find_if(
-        networks, [&](const AccessPoint& network) { return IsSameNetwork(network.radio, ap.radio); });
-    if (other == networks.end()) {
+    const bool is_new = ap.radio.essid.empty() ||
+                        places.try_emplace({ap.radio.essid, ap.radio.security}, networks.size()).second;
+    if (is_new) {
       networks.push_back(ap);
-    } else if (IsBetterView(ap, *other)) {
-      *other = ap;
+      continue;
+    }
+    AccessPoint& view = networks[places[{ap.radio.essid, ap.radio.security}]];
+    if (IsBetterView(ap, view)) {
+      view = ap;
     }
   }
   return networks;
 }
 
 std::vector<AccessPoint> Wifi::KnownRadiosOf(const AccessPoint& ap) const {
-  std::vector<AccessPoint> radios = Known();
-  std::erase_if(radios, [&](const AccessPoint& other) {
-    return !IsSameBssid(other.radio.bssid, ap.radio.bssid) && !IsSameNetwork(other.radio, ap.radio);
-  });
+  std::vector<AccessPoint> radios;
+  for (const Radio& seen : m_seen) {
+    if (IsSameNetwork(seen, ap.radio) || IsSameBssid(seen.bssid, ap.radio.bssid)) {
+      radios.push_back(Describe(seen));
+    }
+  }
   return radios;
 }
 
