@@ -14,6 +14,7 @@
 #include "ScenarioRequest.h"
 #include "TvClient.h"
 #include "TvPlay.h"
+#include "TvStatus.h"
 
 namespace {
 
@@ -77,23 +78,6 @@ void PrintJson(const Json::Value& document) {
   std::printf("%s\n", Json::writeString(Json::StreamWriterBuilder(), document).c_str());
 }
 
-void PrintStatus(const Json::Value& tv) {
-  for (const char* thing : {"cable", "dongle", "telephony"}) {
-    std::printf("%-11s%s\n", thing, tv[thing].asCString());
-  }
-  for (const std::string& kind : tv["latency"].getMemberNames()) {
-    std::printf("latency    %s %u ms\n", kind.c_str(), tv["latency"][kind].asUInt());
-  }
-  for (const std::string& key : tv["features"].getMemberNames()) {
-    std::printf("feature    %s = %s\n", key.c_str(), tv["features"][key].asCString());
-  }
-  for (const std::string& function : tv["failing"].getMemberNames()) {
-    const int times = tv["failing"][function]["times"].asInt();
-    std::printf("failing    %s with %d, %s\n", function.c_str(), tv["failing"][function]["code"].asInt(),
-                times < 0 ? "for good" : (std::to_string(times) + " more times").c_str());
-  }
-}
-
 void PrintCalls(const Json::Value& calls) {
   for (const Json::Value& call : calls) {
     std::string arguments;
@@ -146,7 +130,7 @@ void AddQuestions(CLI::App& tv, int& exit_code) {
   CLI::App* show_status = Add(
       tv, exit_code, "status", "Show the TV and what is plugged into it", status, [](const Typed& t) {
         return AskTv(AboutFunction("status", ""), [&t](const Json::Value& answer) {
-          t.as_json ? PrintJson(answer["tv"]) : PrintStatus(answer["tv"]);
+          t.as_json ? PrintJson(answer["tv"]) : PrintTvStatus(answer["tv"]);
         });
       });
   show_status->add_flag("--json", status->as_json, "Print JSON");
@@ -178,11 +162,29 @@ void AddPlay(CLI::App& tv, int& exit_code) {
 void AddTvCommands(CLI::App& app, int& exit_code) {
   CLI::App* tv = app.add_subcommand("tv", "Operate a running virtual TV");
   tv->require_subcommand(1);
-  AddWords(*tv, exit_code, "cable", "plug | unplug | state NUMBER", "Plug or pull the Ethernet cable");
-  AddWords(*tv, exit_code, "dongle", "insert | remove", "Insert or remove the cellular dongle");
-  AddWords(*tv, exit_code, "telephony", "start | stop", "Start or stop the telephony service");
-  AddWords(*tv, exit_code, "feature", "set NAME VALUE", "Make the TV another model");
-  AddWords(*tv, exit_code, "latency", "cable|dongle TIME", "Set how long events take, such as 50ms");
+  const auto add = [&](const char* name, const char* usage, const char* help) {
+    AddWords(*tv, exit_code, name, usage, help);
+  };
+  add("cable", "plug | unplug | state NUMBER", "Plug or pull the Ethernet cable");
+  add("dongle", "insert | remove", "Insert or remove the cellular dongle");
+  add("telephony", "start | stop", "Start or stop the telephony service");
+  add("radio",
+      "add BSSID ESSID [OPTION...] | remove BSSID | on BSSID | off BSSID | signal BSSID DBM | "
+      "temper BSSID WORD; the man page lists the options",
+      "Put up the radio of a router, or change one");
+  add("wifi", "join BSSID | drop | see-all | save ESSID [OPTION...] | forget ESSID | snr DB",
+      "Operate the TV's Wi-Fi");
+  add("internet", "gateway|dns|http on|off | report STEP RESULT | hotspot NUMBER | lease SECONDS",
+      "Change what is behind the network");
+  add("player", "buffering|lowres|interference|rssi|linkspeed NUMBER",
+      "Let the video player report trouble or a figure");
+  add("settings-app",
+      "open | close | ask | stop | confirm | decline | answer confirm|decline|none [TIME]",
+      "Play the network settings application and its viewer");
+  add("feature", "set NAME VALUE", "Make the TV another model");
+  add("latency", "KIND TIME",
+      "Set how long something takes, such as 50ms: cable, dongle, scan, look, connect, address, "
+      "disconnect or report");
   AddFail(*tv, exit_code);
   AddWords(*tv, exit_code, "heal", "FUNCTION", "Let a platform function work again");
   AddQuestions(*tv, exit_code);

@@ -40,15 +40,18 @@ const char* NoteOn(const scenario::Step& step) {
     case Kind::kExpectKey:
     case Kind::kExpectNoKey:
     case Kind::kExpectCalls:
+    case Kind::kExpectKpi:
+    case Kind::kExpectNoKpi:
+    case Kind::kExpectWifi:
       break;
   }
   return "";
 }
 
 /// @return whether it was done, or was so
-bool PlayStep(const scenario::Step& step, TvClient& tv) {
-  const scenario::Outcome outcome =
-      scenario::Play(step, [&tv](const Json::Value& request) { return tv.Ask(request); });
+bool PlayStep(const scenario::Step& step, TvClient& tv, scenario::KpiRecords& records) {
+  const scenario::Outcome outcome = scenario::Play(
+      step, [&tv](const Json::Value& request) { return tv.Ask(request); }, records);
   const double seconds = std::chrono::duration<double>(step.at).count();
   const bool is_unmet = outcome.kind == scenario::Outcome::Kind::kUnmet;
   const std::string note = is_unmet                                            ? "  NO: " + outcome.why
@@ -81,12 +84,13 @@ int PlayScenario(const std::string& file, double speed) {
     return exit_codes::kFailed;
   }
   TvClient tv;
+  scenario::KpiRecords records;
   int unmet = 0;
   const auto start = std::chrono::steady_clock::now();
   for (const scenario::Step& step : evening.steps) {
     const auto at = std::chrono::duration_cast<std::chrono::nanoseconds>(step.at / speed);
     std::this_thread::sleep_until(start + at);
-    unmet += PlayStep(step, tv) ? 0 : 1;
+    unmet += PlayStep(step, tv, records) ? 0 : 1;
   }
   if (unmet > 0) {
     Complain(std::to_string(unmet) + (unmet == 1 ? " step" : " steps") + " of " + file +

@@ -12,11 +12,32 @@ _pelorusctl_tv() {
   local word=$1
   shift
   case "$#:$*" in
-    0:) COMPREPLY=($(compgen -W "cable dongle telephony feature latency fail heal status calls play" -- "$word")) ;;
+    0:) COMPREPLY=($(compgen -W "cable dongle telephony radio wifi internet player settings-app feature latency fail heal status calls play" -- "$word")) ;;
     1:cable) COMPREPLY=($(compgen -W "plug unplug state" -- "$word")) ;;
     1:dongle) COMPREPLY=($(compgen -W "insert remove" -- "$word")) ;;
     1:telephony) COMPREPLY=($(compgen -W "start stop" -- "$word")) ;;
-    1:latency) COMPREPLY=($(compgen -W "cable dongle" -- "$word")) ;;
+    1:radio) COMPREPLY=($(compgen -W "add remove on off signal temper" -- "$word")) ;;
+    3:"radio temper "*)
+      COMPREPLY=($(compgen -W "accepts refuses silent answers-twice no-address" -- "$word"))
+      ;;
+    [4-9]:"radio add "* | 1[0-9]:"radio add "*)
+      COMPREPLY=($(compgen -W "hidden off frequency= security= passphrase= rssi= bandwidth= mode= temper= ipv4= ipv6=" -- "$word"))
+      ;;
+    1:wifi) COMPREPLY=($(compgen -W "join drop see-all save forget snr" -- "$word")) ;;
+    [34]:"wifi save "*) COMPREPLY=($(compgen -W "security= passphrase=" -- "$word")) ;;
+    1:internet) COMPREPLY=($(compgen -W "gateway dns http report hotspot lease" -- "$word")) ;;
+    2:"internet gateway" | 2:"internet dns" | 2:"internet http")
+      COMPREPLY=($(compgen -W "on off" -- "$word"))
+      ;;
+    2:"internet report") COMPREPLY=($(compgen -W "PHY GATEWAY DNS HTTP" -- "$word")) ;;
+    1:player) COMPREPLY=($(compgen -W "buffering lowres interference rssi linkspeed" -- "$word")) ;;
+    1:settings-app)
+      COMPREPLY=($(compgen -W "open close ask stop confirm decline answer" -- "$word"))
+      ;;
+    2:"settings-app answer") COMPREPLY=($(compgen -W "confirm decline none" -- "$word")) ;;
+    1:latency)
+      COMPREPLY=($(compgen -W "cable dongle scan look connect address disconnect report" -- "$word"))
+      ;;
     1:feature) COMPREPLY=($(compgen -W "set" -- "$word")) ;;
     1:play) COMPREPLY=($(compgen -f -- "$word")) ;;
     3:fail*) COMPREPLY=($(compgen -W "--times" -- "$word")) ;;

@@ -3,43 +3,19 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
-#include <stdexcept>
 
 #include <json/reader.h>
 #include <json/writer.h>
 
+#include "AppCommands.h"
+#include "CommandRequest.h"
+#include "InternetCommands.h"
 #include "PlatformFunctions.h"
 #include "VirtualTv.h"
+#include "WifiCommands.h"
 
+namespace tv_commands {
 namespace {
-
-constexpr int kLongestLatencyMs = 3'600'000;
-
-/// A request that is refused, with the reason that the client is told.
-class Refused : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
-std::string Text(const Json::Value& request, const char* field) {
-  const Json::Value& value = request[field];
-  if (!value.isString()) {
-    throw Refused(std::string("\"") + field + "\" must be a text");
-  }
-  return value.asString();
-}
-
-int Number(const Json::Value& request, const char* field) {
-  const Json::Value& value = request[field];
-  if (!value.isInt()) {
-    throw Refused(std::string("\"") + field + "\" must be a whole number");
-  }
-  return value.asInt();
-}
-
-[[noreturn]] void RefuseAction(const std::string& what, const std::string& action) {
-  throw Refused(what + " cannot \"" + action + "\"");
-}
 
 void DoCable(VirtualTv& tv, const Json::Value& request) {
   const std::string action = Text(request, "action");
@@ -122,19 +98,21 @@ void DoFail(VirtualTv& tv, const Json::Value& request) {
   tv.Fail(function, code, times);
 }
 
+constexpr Word<VirtualTv::EventKind> kEventKinds[] = {
+    {"cable", VirtualTv::EventKind::kCable},
+    {"dongle", VirtualTv::EventKind::kDongle},
+    {"scan", VirtualTv::EventKind::kScan},
+    {"look", VirtualTv::EventKind::kLook},
+    {"connect", VirtualTv::EventKind::kConnect},
+    {"address", VirtualTv::EventKind::kAddress},
+    {"disconnect", VirtualTv::EventKind::kDisconnect},
+    {"report", VirtualTv::EventKind::kReport},
+};
+
 void DoLatency(VirtualTv& tv, const Json::Value& request) {
   const std::string kind = Text(request, "kind");
-  const int milliseconds = Number(request, "ms");
-  if (milliseconds < 0 || milliseconds > kLongestLatencyMs) {
-    throw Refused("\"ms\" must be from 0 to " + std::to_string(kLongestLatencyMs));
-  }
-  if (kind == "cable") {
-    tv.SetLatency(VirtualTv::EventKind::kCable, static_cast<unsigned>(milliseconds));
-  } else if (kind == "dongle") {
-    tv.SetLatency(VirtualTv::EventKind::kDongle, static_cast<unsigned>(milliseconds));
-  } else {
-    throw Refused("no kind of event \"" + kind + "\"");
-  }
+  const int milliseconds = Number(request, "ms", 0, kLongestTimeMs);
+  tv.SetLatency(FromWord(kEventKinds, "kind", kind), static_cast<unsigned>(milliseconds));
 }
 
 Json::Value Status(VirtualTv& tv) {
@@ -142,8 +120,13 @@ Json::Value Status(VirtualTv& tv) {
   status["cable"] = tv.GetCable().IsAttached() ? "plugged" : "unplugged";
   status["dongle"] = tv.GetTelephony().HasDongle() ? "inserted" : "removed";
   status["telephony"] = tv.GetTelephony().IsRunning() ? "running" : "stopped";
-  status["latency"]["cable"] = tv.LatencyMs(VirtualTv::EventKind::kCable);
-  status["latency"]["dongle"] = tv.LatencyMs(VirtualTv::EventKind::kDongle);
+  status["radios"] = RadiosStatus(tv);
+  status["wifi"] = WifiStatus(tv);
+  status["internet"] = InternetStatus(tv);
+  status["settings-app"] = SettingsAppStatus(tv);
+  for (const auto& kind : kEventKinds) {
+    status["latency"][std::string(kind.word)] = tv.LatencyMs(kind.value);
+  }
   status["features"] = Json::objectValue;
   for (const auto& [key, value] : tv.Features()) {
     status["features"][key] = value;
@@ -169,35 +152,54 @@ Json::Value CallList(const std::vector<VirtualTv::Call>& calls) {
   return list;
 }
 
+using Deed = void (*)(VirtualTv& tv, const Json::Value& request, Json::Value& answer);
+
+/// A request that is answered with its being done.
+template <void (*deed)(VirtualTv&, const Json::Value&)>
+void Just(VirtualTv& tv, const Json::Value& request, Json::Value& /*answer*/) {
+  deed(tv, request);
+}
+
+void StopFailing(VirtualTv& tv, const Json::Value& request) {
+  tv.StopFailing(PlatformFunction(request));
+}
+
+void ClearCalls(VirtualTv& tv, const Json::Value& /*request*/) {
+  tv.ClearCalls();
+}
+
+void TellStatus(VirtualTv& tv, const Json::Value& /*request*/, Json::Value& answer) {
+  answer["tv"] = Status(tv);
+}
+
+void TellCalls(VirtualTv& tv, const Json::Value& request, Json::Value& answer) {
+  answer["calls"] =
+      CallList(request.isMember("function") ? tv.Calls(PlatformFunction(request)) : tv.Calls());
+}
+
+constexpr Word<Deed> kDeeds[] = {
+    {"cable", Just<DoCable>},
+    {"dongle", Just<DoDongle>},
+    {"telephony", Just<DoTelephony>},
+    {"radio", Just<DoRadio>},
+    {"wifi", Just<DoWifi>},
+    {"internet", Just<DoInternet>},
+    {"player", Just<DoPlayer>},
+    {"settings-app", Just<DoSettingsApp>},
+    {"feature", Just<DoFeature>},
+    {"latency", Just<DoLatency>},
+    {"fail", Just<DoFail>},
+    {"stop-failing", Just<StopFailing>},
+    {"status", TellStatus},
+    {"calls", TellCalls},
+    {"clear-calls", Just<ClearCalls>},
+};
+
 void Dispatch(VirtualTv& tv, const Json::Value& request, Json::Value& answer) {
   if (!request.isObject()) {
     throw Refused("a request is a JSON object");
   }
-  const std::string what = Text(request, "do");
-  if (what == "cable") {
-    DoCable(tv, request);
-  } else if (what == "dongle") {
-    DoDongle(tv, request);
-  } else if (what == "telephony") {
-    DoTelephony(tv, request);
-  } else if (what == "feature") {
-    DoFeature(tv, request);
-  } else if (what == "fail") {
-    DoFail(tv, request);
-  } else if (what == "stop-failing") {
-    tv.StopFailing(PlatformFunction(request));
-  } else if (what == "latency") {
-    DoLatency(tv, request);
-  } else if (what == "status") {
-    answer["tv"] = Status(tv);
-  } else if (what == "calls") {
-    answer["calls"] =
-        CallList(request.isMember("function") ? tv.Calls(PlatformFunction(request)) : tv.Calls());
-  } else if (what == "clear-calls") {
-    tv.ClearCalls();
-  } else {
-    throw Refused("nothing to do for \"" + what + "\"");
-  }
+  FromWord(kDeeds, "do", Text(request, "do"))(tv, request, answer);
 }
 
 Json::Value Refusal(const std::string& why) {
@@ -208,8 +210,6 @@ Json::Value Refusal(const std::string& why) {
 }
 
 }  // namespace
-
-namespace tv_commands {
 
 Json::Value Execute(VirtualTv& tv, const Json::Value& request) {
   try {

@@ -3,6 +3,8 @@
 #include <memory>
 #include <string>
 
+#include <glib.h>
+
 #include "CallGate.h"
 #include "ControlSocket.h"
 #include "PlatformLog.h"
@@ -23,6 +25,9 @@ int platform_start() {
   tv.GetTelephony().Line().Open();
   tv.GetInternet().Line().Open();
   tv.GetWifi().Requests().Open();
+  if (const int no_watch = tv.GetSettingsApp().Watch(); no_watch != 0) {
+    PLATFORM_LOG(DLOG_ERROR, "the settings application sees nothing: %s", g_strerror(no_watch));
+  }
   if (g_door != nullptr) {
     return 0;
   }
@@ -42,4 +47,5 @@ void platform_stop() {
   tv.GetTelephony().Line().Close();
   tv.GetInternet().Line().Close();
   tv.GetWifi().Requests().Close();
+  tv.GetSettingsApp().Sleep();
 }

@@ -69,10 +69,24 @@ void ParseExpectation(const Words& words, Step& step) {
     step.subject = words[2];
     step.count = *ParseNumber(words[3]);
     return;
+  } else if (StartsWith(words, {"expect", "kpi"}) && words.size() >= 4) {
+    step.kind = Kind::kExpectKpi;
+    step.subject = words[2];
+    step.fragments.assign(words.begin() + 3, words.end());
+    return;
+  } else if (has({"expect", "no", "kpi"}, 0)) {
+    step.kind = Kind::kExpectNoKpi;
+    return;
+  } else if (has({"expect", "no", "kpi"}, 1)) {
+    step.kind = Kind::kExpectNoKpi;
+  } else if (has({"expect", "wifi"}, 1)) {
+    step.kind = Kind::kExpectWifi;
+    step.subject = words[2] == "none" ? "" : words[2];
+    return;
   } else {
     throw SyntaxError(
-        "expected: expect [no] popup KEYWORD | key KEY VALUE | log TEXT | file PATH | calls FUNCTION "
-        "NUMBER");
+        "expected: expect [no] popup KEYWORD | key KEY VALUE | log TEXT | file PATH | kpi CODE TEXT... "
+        "| calls FUNCTION NUMBER | wifi BSSID|none");
   }
   if (step.kind == Kind::kExpectKey) {
     step.value = words[3];
@@ -156,12 +170,19 @@ std::size_t ParseTime(const Words& words, const Scenario& scenario, Step& step) 
   return 2;
 }
 
+/// A passphrase stands in the file, and nowhere else.
+std::string Shown(const std::string& word) {
+  constexpr std::string_view kSecret = "passphrase=";
+  return word.starts_with(kSecret) ? std::string(kSecret) + "***" : word;
+}
+
 /// The line without its time and its comment, for people.
 std::string TextOf(const Words& words, std::size_t begin) {
   std::string text;
   for (std::size_t i = begin; i < words.size(); ++i) {
-    const bool is_plain = !words[i].empty() && words[i].find_first_of(" \t#\"'") == std::string::npos;
-    text += (i == begin ? "" : " ") + (is_plain ? words[i] : "\"" + words[i] + "\"");
+    const std::string word = Shown(words[i]);
+    const bool is_plain = !word.empty() && word.find_first_of(" \t#\"'") == std::string::npos;
+    text += (i == begin ? "" : " ") + (is_plain ? word : "\"" + word + "\"");
   }
   return text;
 }
@@ -201,6 +222,9 @@ bool IsExpectation(Step::Kind kind) {
     case Kind::kExpectFile:
     case Kind::kExpectNoFile:
     case Kind::kExpectCalls:
+    case Kind::kExpectKpi:
+    case Kind::kExpectNoKpi:
+    case Kind::kExpectWifi:
       return true;
   }
   return false;

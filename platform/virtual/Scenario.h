@@ -27,17 +27,21 @@ struct Step {
     kExpectFile,          ///< the file or directory `subject` is there
     kExpectNoFile,        ///< it is not
     kExpectCalls,         ///< the function `subject` was called `count` times since the last clear-calls
+    kExpectKpi,  ///< the next KPI record of code `subject` that nobody expected yet has all `fragments`
+    kExpectNoKpi,  ///< no KPI record of code `subject`, or of any, came that nobody expected
+    kExpectWifi,   ///< the TV is connected to the radio `subject`, or to none when it is empty
   };
 
   Kind kind = Kind::kTv;
   int line = 0;
-  std::string text;                 ///< as it was written, without its time
+  std::string text;                 ///< as it was written, without its time and with no passphrase
   bool is_initial = false;          ///< done before the daemon starts
   std::chrono::milliseconds at{0};  ///< since the daemon's start
   Json::Value request;
   std::string subject;
   std::string type;
   std::string value;
+  std::vector<std::string> fragments;
   int count = 0;
 };
 

@@ -8,34 +8,14 @@
 
 #include <glib.h>
 
+#include "ScenarioWords.h"
+
 namespace scenario {
 namespace {
 
 using std::chrono::milliseconds;
 
 constexpr milliseconds kLongest = std::chrono::hours(24);
-
-/// A command's words are not what it needs.
-struct Misuse {
-  std::string usage;
-};
-
-Json::Value About(const char* what) {
-  Json::Value request;
-  request["do"] = what;
-  return request;
-}
-
-Json::Value Action(const Words& words, std::initializer_list<const char*> actions, const char* usage) {
-  for (const char* action : actions) {
-    if (words.size() == 2 && words[1] == action) {
-      Json::Value request = About(words[0].c_str());
-      request["action"] = action;
-      return request;
-    }
-  }
-  throw Misuse{usage};
-}
 
 Json::Value Cable(const Words& words) {
   if (words.size() == 3 && words[1] == "state") {
@@ -95,7 +75,7 @@ Json::Value Heal(const Words& words) {
 Json::Value Latency(const Words& words) {
   const auto latency = words.size() == 3 ? ParseDuration(words[2]) : std::nullopt;
   if (!latency) {
-    throw Misuse{"latency cable|dongle TIME, with TIME such as 50ms"};
+    throw Misuse{"latency KIND TIME, with TIME such as 50ms"};
   }
   Json::Value request = About("latency");
   request["kind"] = words[1];
@@ -112,14 +92,42 @@ Json::Value Plain(const Words& words) {
 
 using Maker = Json::Value (*)(const Words&);
 const std::map<std::string, Maker>& Makers() {
-  static const std::map<std::string, Maker> makers = {
-      {"cable", Cable},       {"dongle", Dongle},   {"telephony", Telephony}, {"fail", Fail},
-      {"heal", Heal},         {"feature", Feature}, {"calls", Plain},         {"latency", Latency},
-      {"clear-calls", Plain}, {"status", Plain}};
+  static const std::map<std::string, Maker> makers = {{"cable", Cable},
+                                                      {"dongle", Dongle},
+                                                      {"telephony", Telephony},
+                                                      {"fail", Fail},
+                                                      {"heal", Heal},
+                                                      {"feature", Feature},
+                                                      {"calls", Plain},
+                                                      {"latency", Latency},
+                                                      {"clear-calls", Plain},
+                                                      {"status", Plain},
+                                                      {"radio", Radio},
+                                                      {"wifi", Wifi},
+                                                      {"player", Player},
+                                                      {"settings-app", SettingsApplication},
+                                                      {"internet", InternetHealth}};
   return makers;
 }
 
 }  // namespace
+
+Json::Value About(const char* what) {
+  Json::Value request;
+  request["do"] = what;
+  return request;
+}
+
+Json::Value Action(const Words& words, std::initializer_list<const char*> actions, const char* usage) {
+  for (const char* action : actions) {
+    if (words.size() == 2 && words[1] == action) {
+      Json::Value request = About(words[0].c_str());
+      request["action"] = action;
+      return request;
+    }
+  }
+  throw Misuse{usage};
+}
 
 bool IsTvCommand(const std::string& first_word) {
   return Makers().contains(first_word);

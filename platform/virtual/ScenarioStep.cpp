@@ -1,5 +1,6 @@
 #include "ScenarioStep.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 
@@ -76,6 +77,34 @@ Outcome ExpectCalls(const Step& step, const Ask& ask) {
   return DoneIf(count == step.count, "it was called " + std::to_string(count) + " times");
 }
 
+Outcome ExpectKpi(const Step& step, KpiRecords& records) {
+  const auto record = records.Take(step.subject);
+  if (!record) {
+    return Unmet("none was handed over");
+  }
+  const bool has_all = std::ranges::all_of(step.fragments, [&](const std::string& fragment) {
+    return record->text.find(fragment) != std::string::npos;
+  });
+  return DoneIf(has_all, "it was " + record->text);
+}
+
+Outcome ExpectNoKpi(const Step& step, KpiRecords& records) {
+  const auto record = records.Peek(step.subject);
+  return DoneIf(!record, record ? record->code + " was handed over: " + record->text : "");
+}
+
+Outcome ExpectWifi(const Step& step, const Ask& ask) {
+  Json::Value request;
+  request["do"] = "status";
+  const Json::Value answer = ask(request);
+  if (!answer["ok"].asBool()) {
+    return Unmet(answer["error"].asString());
+  }
+  const std::string bssid = answer["tv"]["wifi"]["bssid"].asString();
+  return DoneIf(g_ascii_strcasecmp(bssid.c_str(), step.subject.c_str()) == 0,
+                bssid.empty() ? "it is connected to none" : "it is connected to " + bssid);
+}
+
 }  // namespace
 
 std::optional<std::string> ReadKey(const std::string& key) {
@@ -91,7 +120,7 @@ std::optional<std::string> ReadKey(const std::string& key) {
   return printed;
 }
 
-Outcome Play(const Step& step, const Ask& ask) {
+Outcome Play(const Step& step, const Ask& ask, KpiRecords& records) {
   switch (step.kind) {
     case Kind::kTv:
       return AskTv(step, ask);
@@ -103,6 +132,12 @@ Outcome Play(const Step& step, const Ask& ask) {
       return ExpectNoKey(step);
     case Kind::kExpectCalls:
       return ExpectCalls(step, ask);
+    case Kind::kExpectKpi:
+      return ExpectKpi(step, records);
+    case Kind::kExpectNoKpi:
+      return ExpectNoKpi(step, records);
+    case Kind::kExpectWifi:
+      return ExpectWifi(step, ask);
     case Kind::kClosePopup:
     case Kind::kRemovePopupProgram:
     case Kind::kCreateFile:

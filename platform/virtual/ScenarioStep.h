@@ -7,9 +7,10 @@
 #include <json/value.h>
 
 #include "Scenario.h"
+#include "ScenarioKpi.h"
 
-/// Playing those steps that need no more than the virtual TV and the settings store, for every player
-/// alike.
+/// Playing those steps that need no more than the virtual TV, the settings store and the KPI journal,
+/// for every player alike.
 namespace scenario {
 
 /// Carries a request to the TV and brings its answer.
@@ -25,7 +26,8 @@ struct Outcome {
   std::string why;  ///< in kUnmet
 };
 
-Outcome Play(const Step& step, const Ask& ask);
+/// @param records  those of the whole evening
+Outcome Play(const Step& step, const Ask& ask, KpiRecords& records);
 
 /// A settings key's value as text: a string as it is, else as the store writes it; nullopt for none.
 std::optional<std::string> ReadKey(const std::string& key);

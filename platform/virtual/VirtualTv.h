@@ -11,6 +11,7 @@
 #include "Cable.h"
 #include "Internet.h"
 #include "NetworkTypeKey.h"
+#include "SettingsApp.h"
 #include "Telephony.h"
 #include "Wifi.h"
 
@@ -94,6 +95,7 @@ class VirtualTv {
     m_network_type.Follow(m_internet.GetCarrier());
     m_internet.NetworkChanged();
   }
+  [[nodiscard]] SettingsApp& GetSettingsApp() { return m_settings_app; }
 
  private:
   VirtualTv();
@@ -105,6 +107,7 @@ class VirtualTv {
   Wifi m_wifi;
   Internet m_internet{m_cable, m_wifi, m_telephony};
   NetworkTypeKey m_network_type;
+  SettingsApp m_settings_app;
   std::map<std::string, std::string> m_features;  // those that were set here, by whole key
 
   std::mutex m_calls_mutex;  // guards the two below

@@ -89,14 +89,23 @@ TEST_F(PelorusctlTv, EachCommandReachesTheTv) {
   }
   const Result status = Ctl({"tv", "status"});
   EXPECT_EQ(status.out,
-            "cable      plugged\n"
-            "dongle     inserted\n"
-            "telephony  running\n"
-            "latency    cable 70 ms\n"
-            "latency    dongle 10 ms\n"
-            "feature    com.velanor/featureconf/network.network_support = 3\n"
-            "failing    connection_create with -1, 2 more times\n"
-            "failing    tel_init with -3, for good\n");
+            "cable         plugged\n"
+            "dongle        inserted\n"
+            "telephony     running\n"
+            "wifi          disconnected\n"
+            "internet      through cable, gateway on, dns on, http on, hotspot 0, lease 86400 s\n"
+            "settings-app  closed, questions stay\n"
+            "latency       address 300 ms\n"
+            "latency       cable 70 ms\n"
+            "latency       connect 700 ms\n"
+            "latency       disconnect 100 ms\n"
+            "latency       dongle 10 ms\n"
+            "latency       look 100 ms\n"
+            "latency       report 10 ms\n"
+            "latency       scan 2000 ms\n"
+            "feature       com.velanor/featureconf/network.network_support = 3\n"
+            "failing       connection_create with -1, 2 more times\n"
+            "failing       tel_init with -3, for good\n");
   EXPECT_TRUE(Contains(Ctl({"tv", "status", "--json"}).out, "\"cable\" : \"plugged\""));
 
   for (const Arguments& arguments :
@@ -106,8 +115,48 @@ TEST_F(PelorusctlTv, EachCommandReachesTheTv) {
     EXPECT_EQ(Ctl(arguments).code, 0) << arguments[1];
   }
   EXPECT_TRUE(Contains(Ctl({"tv", "status"}).out,
-                       "cable      unplugged\ndongle     removed\ntelephony  stopped\n"));
+                       "cable         unplugged\ndongle        removed\ntelephony     stopped\n"));
   EXPECT_FALSE(Contains(Ctl({"tv", "status"}).out, "failing"));
+}
+
+TEST_F(PelorusctlTv, RadiosWifiInternetPlayerAndSettingsApplicationAreReached) {
+  SwitchOn();
+  for (const Arguments& arguments :
+       {Arguments{"tv", "radio", "add", "AA:BB:CC:DD:EE:01", "My home", "passphrase=top secret"},
+        Arguments{"tv", "radio", "add", "aa:bb:cc:dd:ee:02", "My home", "passphrase=top secret",
+                  "frequency=5180", "bandwidth=80", "mode=ac", "rssi=-63", "hidden"},
+        Arguments{"tv", "radio", "add", "AA:BB:CC:DD:EE:09", "Gone", "security=open"},
+        Arguments{"tv", "radio", "remove", "AA:BB:CC:DD:EE:09"},
+        Arguments{"tv", "radio", "off", "AA:BB:CC:DD:EE:02"},
+        Arguments{"tv", "radio", "signal", "AA:BB:CC:DD:EE:02", "-71"},
+        Arguments{"tv", "radio", "temper", "AA:BB:CC:DD:EE:02", "refuses"},
+        Arguments{"tv", "wifi", "see-all"}, Arguments{"tv", "wifi", "join", "AA:BB:CC:DD:EE:01"},
+        Arguments{"tv", "wifi", "save", "Pub", "security=open"},
+        Arguments{"tv", "wifi", "save", "Inn", "passphrase=top secret"},
+        Arguments{"tv", "wifi", "forget", "Inn"}, Arguments{"tv", "wifi", "snr", "-3"},
+        Arguments{"tv", "internet", "dns", "off"}, Arguments{"tv", "internet", "lease", "60"},
+        Arguments{"tv", "internet", "report", "HTTP", "-1"},
+        Arguments{"tv", "player", "interference", "-7"}, Arguments{"tv", "settings-app", "open"},
+        Arguments{"tv", "settings-app", "answer", "decline", "2s"}}) {
+    const Result result = Ctl(arguments);
+    EXPECT_EQ(result.code, 0) << arguments[1] << " " << arguments[2] << ": " << result.err;
+    EXPECT_EQ(result.out + result.err, "") << arguments[1] << " " << arguments[2];
+  }
+  const std::string status = Ctl({"tv", "status"}).out;
+  EXPECT_TRUE(Contains(
+      status,
+      "wifi          connected to AA:BB:CC:DD:EE:01\n"
+      "saved         \"My home\" wpa2\n"
+      "saved         \"Pub\" open\n"
+      "radio         AA:BB:CC:DD:EE:01 \"My home\" wpa2, 2437 MHz, 20 MHz wide, 802.11n, -50 dBm, "
+      "accepts\n"
+      "radio         AA:BB:CC:DD:EE:02 \"My home\" wpa2, 5180 MHz, 80 MHz wide, 802.11ac, -71 dBm, "
+      "refuses, hidden, off\n"
+      "internet      through wifi, gateway on, dns off, http on, hotspot 0, lease 60 s\n"
+      "settings-app  open, questions: decline after 2000 ms\n"))
+      << status;
+  EXPECT_FALSE(Contains(status + Ctl({"tv", "status", "--json"}).out, "secret"));
+  EXPECT_EQ(Ctl({"get", "memory/sp-kpi/net_interfer"}).out, "-7\n");
 }
 
 TEST_F(PelorusctlTv, CallsAreShownAllOrOfOneFunction) {
@@ -123,13 +172,21 @@ TEST_F(PelorusctlTv, WhatTheTvRefusesEndsWithOneAndWhatIsNoCommandWithTwo) {
   const Result refused = Ctl({"tv", "fail", "conection_create", "-1"});
   EXPECT_EQ(refused.code, 1);
   EXPECT_EQ(refused.err, "pelorusctl: the TV refuses: no platform function \"conection_create\"\n");
+  EXPECT_EQ(Ctl({"tv", "wifi", "join", "AA:BB:CC:DD:EE:01"}).err,
+            "pelorusctl: the TV refuses: there is no radio AA:BB:CC:DD:EE:01 on the air\n");
+  EXPECT_EQ(Ctl({"tv", "radio", "temper", "AA:BB:CC:DD:EE:01", "sulks"}).code, 1);
   for (const Arguments& arguments :
        {Arguments{"tv"}, Arguments{"tv", "dance"}, Arguments{"tv", "cable"},
         Arguments{"tv", "cable", "chew"}, Arguments{"tv", "cable", "plug", "twice"},
         Arguments{"tv", "fail", "tel_init"}, Arguments{"tv", "fail", "tel_init", "x"},
         Arguments{"tv", "fail", "tel_init", "-3", "--times", "x"},
         Arguments{"tv", "feature", "set", "a"}, Arguments{"tv", "play"},
-        Arguments{"tv", "play", "/run/x", "--speed", "0"}}) {
+        Arguments{"tv", "play", "/run/x", "--speed", "0"}, Arguments{"tv", "radio"},
+        Arguments{"tv", "radio", "add", "AA:BB:CC:DD:EE:01"},
+        Arguments{"tv", "radio", "add", "AA:BB:CC:DD:EE:01", "Home", "rssi=strong"},
+        Arguments{"tv", "radio", "signal", "AA:BB:CC:DD:EE:01"}, Arguments{"tv", "wifi", "sing"},
+        Arguments{"tv", "internet", "gateway", "maybe"}, Arguments{"tv", "player", "buffering"},
+        Arguments{"tv", "settings-app", "answer", "confirm", "soon"}}) {
     const Result result = Ctl(arguments);
     EXPECT_EQ(result.code, 2) << arguments.back();
     EXPECT_NE(result.err, "") << arguments.back();
@@ -168,6 +225,29 @@ TEST_F(PelorusctlTv, APlayTellsEachStepWithItsTimeAndChecksWhatItCan) {
   EXPECT_EQ(popups::Keywords(), Arguments{"ethernet_attached"});
 }
 
+TEST_F(PelorusctlTv, APlayChecksTheWifiAndTheRecordsSinceItsBeginning) {
+  SwitchOn();
+  Ctl({"tv", "wifi", "drop"});
+  WriteFile("/var/lib/pelorus/kpi/journal.jsonl",
+            R"({"code":"EV006","event":"AWM","description":"{from=before}"})"
+            "\n");
+  const Result result = Play(
+      "initially radio add AA:BB:CC:DD:EE:01 Home passphrase=secret\n"
+      "at 1s wifi join AA:BB:CC:DD:EE:01\n"
+      "at 2s expect wifi AA:BB:CC:DD:EE:01\n"
+      "at 2s expect no kpi\n"
+      "at 2s expect wifi none\n"
+      "at 2s expect kpi EV006 AWM\n");
+  EXPECT_EQ(result.code, 1);
+  EXPECT_EQ(result.out,
+            "  before  radio add AA:BB:CC:DD:EE:01 Home passphrase=***\n"
+            "    1.0s  wifi join AA:BB:CC:DD:EE:01\n"
+            "    2.0s  expect wifi AA:BB:CC:DD:EE:01  (it is so)\n"
+            "    2.0s  expect no kpi  (it is so)\n"
+            "    2.0s  expect wifi none  NO: it is connected to AA:BB:CC:DD:EE:01\n"
+            "    2.0s  expect kpi EV006 AWM  NO: none was handed over\n");
+}
+
 TEST_F(PelorusctlTv, APlayThatDoesNotGoAsWrittenEndsWithOne) {
   SwitchOn();
   const Result result = Play(
@@ -187,7 +267,7 @@ TEST_F(PelorusctlTv, AFaultyScenarioIsNotPlayed) {
   EXPECT_EQ(result.code, 1);
   EXPECT_EQ(result.out, "");
   EXPECT_EQ(result.err, "pelorusctl: /run/evening:2: unknown step \"dance\"\n");
-  EXPECT_TRUE(Contains(Ctl({"tv", "status"}).out, "cable      unplugged"));
+  EXPECT_TRUE(Contains(Ctl({"tv", "status"}).out, "cable         unplugged"));
   EXPECT_EQ(Ctl({"tv", "play", "/run/nothing"}).code, 1);
 }
 

@@ -112,9 +112,10 @@ class Player {
     if (!is_expectation) {
       m_log_before_action = test_log::Messages().size();
     }
-    scenario::Outcome outcome = scenario::Play(step, [](const Json::Value& request) {
-      return tv_commands::Execute(VirtualTv::Instance(), request);
-    });
+    scenario::Outcome outcome = scenario::Play(
+        step,
+        [](const Json::Value& request) { return tv_commands::Execute(VirtualTv::Instance(), request); },
+        m_kpi_records);
     if (outcome.kind == scenario::Outcome::Kind::kNotOurs) {
       const std::string why = PlayHere(step);
       outcome.kind = why.empty() ? scenario::Outcome::Kind::kDone : scenario::Outcome::Kind::kUnmet;
@@ -154,6 +155,9 @@ class Player {
       case Kind::kExpectKey:
       case Kind::kExpectNoKey:
       case Kind::kExpectCalls:
+      case Kind::kExpectKpi:
+      case Kind::kExpectNoKpi:
+      case Kind::kExpectWifi:
         break;
     }
     return "nobody plays this";
@@ -224,6 +228,7 @@ class Player {
 
   scenario::Scenario m_scenario;
   bool m_all_unmet;
+  scenario::KpiRecords m_kpi_records;
   GMainLoop* m_loop = nullptr;
   std::size_t m_expected_popups = 0;
   std::size_t m_log_before_action = 0;

@@ -1,14 +1,19 @@
 #include "Scenario.h"
 
 #include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "KpiJournal.h"
 #include "ScenarioRequest.h"
 #include "ScenarioStep.h"
+#include "kpi_logger.h"
 #include "vconf.h"
 
 using scenario::Step;
@@ -70,7 +75,32 @@ TEST(ScenarioParser, EveryKindOfStepIsUnderstood) {
       {"fail tel_init -3 2", Kind::kTv, ""},
       {"heal tel_init", Kind::kTv, ""},
       {"latency cable 20ms", Kind::kTv, ""},
+      {"latency scan 2s", Kind::kTv, ""},
       {"clear-calls", Kind::kTv, ""},
+      {"radio add AA:BB:CC:DD:EE:01 Home", Kind::kTv, ""},
+      {"radio add AA:BB:CC:DD:EE:01 'My home' hidden off frequency=5180 security=wpa3 passphrase=secret "
+       "rssi=-60 bandwidth=80 mode=ax temper=silent ipv4=10.0.0.2 ipv6=fe80::1",
+       Kind::kTv, ""},
+      {"radio remove AA:BB:CC:DD:EE:01", Kind::kTv, ""},
+      {"radio on AA:BB:CC:DD:EE:01", Kind::kTv, ""},
+      {"radio off AA:BB:CC:DD:EE:01", Kind::kTv, ""},
+      {"radio signal AA:BB:CC:DD:EE:01 -70", Kind::kTv, ""},
+      {"radio temper AA:BB:CC:DD:EE:01 refuses", Kind::kTv, ""},
+      {"wifi join AA:BB:CC:DD:EE:01", Kind::kTv, ""},
+      {"wifi drop", Kind::kTv, ""},
+      {"wifi see-all", Kind::kTv, ""},
+      {"wifi save Home security=open passphrase=", Kind::kTv, ""},
+      {"wifi forget Home", Kind::kTv, ""},
+      {"wifi snr -3", Kind::kTv, ""},
+      {"internet gateway off", Kind::kTv, ""},
+      {"internet report HTTP -1", Kind::kTv, ""},
+      {"internet hotspot 1", Kind::kTv, ""},
+      {"internet lease 3600", Kind::kTv, ""},
+      {"player buffering 1", Kind::kTv, ""},
+      {"settings-app open", Kind::kTv, ""},
+      {"settings-app confirm", Kind::kTv, ""},
+      {"settings-app answer decline 2s", Kind::kTv, ""},
+      {"settings-app answer none", Kind::kTv, ""},
       {"set db/x int -4", Kind::kSet, "db/x"},
       {"set db/x bool true", Kind::kSet, "db/x"},
       {"set db/x string ''", Kind::kSet, "db/x"},
@@ -88,6 +118,11 @@ TEST(ScenarioParser, EveryKindOfStepIsUnderstood) {
       {"expect file /a", Kind::kExpectFile, "/a"},
       {"expect no file /a", Kind::kExpectNoFile, "/a"},
       {"expect calls tel_init 3", Kind::kExpectCalls, "tel_init"},
+      {"expect kpi EV005 WIFI_BANDSWITCH select=1", Kind::kExpectKpi, "EV005"},
+      {"expect no kpi EV006", Kind::kExpectNoKpi, "EV006"},
+      {"expect no kpi", Kind::kExpectNoKpi, ""},
+      {"expect wifi AA:BB:CC:DD:EE:01", Kind::kExpectWifi, "AA:BB:CC:DD:EE:01"},
+      {"expect wifi none", Kind::kExpectWifi, ""},
   };
   for (const auto& expected : cases) {
     const auto steps = Parsed(std::string("at 1s ") + expected.text);
@@ -119,7 +154,12 @@ TEST(ScenarioParser, EachMistakeIsNamedWithItsFileAndLine) {
       {"at 1s cable state two", "f:1: expected: cable plug | cable unplug | cable state NUMBER"},
       {"at 1s fail tel_init", "f:1: expected: fail FUNCTION CODE [TIMES]"},
       {"at 1s fail tel_init 1 x", "f:1: expected: fail FUNCTION CODE [TIMES]"},
-      {"at 1s latency cable 20", "f:1: expected: latency cable|dongle TIME, with TIME such as 50ms"},
+      {"at 1s latency cable 20", "f:1: expected: latency KIND TIME, with TIME such as 50ms"},
+      {"at 1s player buffering",
+       "f:1: expected: player buffering|lowres|interference|rssi|linkspeed NUMBER"},
+      {"at 1s player buffering much",
+       "f:1: expected: player buffering|lowres|interference|rssi|linkspeed NUMBER"},
+      {"at 1s radio add AA:BB:CC:DD:EE:01 Home rssi=strong", "f:1: expected: a number for rssi"},
       {"at 1s set db/x int", "f:1: expected: set KEY int|bool|string|raw VALUE"},
       {"at 1s set db/x int four", "f:1: \"four\" is no value of type int"},
       {"at 1s set db/x bool 1", "f:1: \"1\" is no value of type bool"},
@@ -134,6 +174,79 @@ TEST(ScenarioParser, EachMistakeIsNamedWithItsFileAndLine) {
   EXPECT_EQ(ErrorOf("at 1s expect a miracle").substr(0, 30), "f:1: expected: expect [no] pop");
   EXPECT_EQ(ErrorOf("at 1s expect popup").substr(0, 30), "f:1: expected: expect [no] pop");
   EXPECT_NE(ErrorOf("at 1s expect log \"open"), "");
+  for (const char* command : {"radio",
+                              "radio chew AA:BB:CC:DD:EE:01",
+                              "radio add AA:BB:CC:DD:EE:01",
+                              "radio add AA:BB:CC:DD:EE:01 Home colour=red",
+                              "radio add AA:BB:CC:DD:EE:01 Home rssi=-1 rssi=-2",
+                              "radio add AA:BB:CC:DD:EE:01 Home bssid=x",
+                              "radio add AA:BB:CC:DD:EE:01 Home visible",
+                              "radio remove",
+                              "radio on AA:BB:CC:DD:EE:01 twice",
+                              "radio signal AA:BB:CC:DD:EE:01",
+                              "radio signal AA:BB:CC:DD:EE:01 strong",
+                              "radio temper AA:BB:CC:DD:EE:01",
+                              "wifi",
+                              "wifi join",
+                              "wifi drop twice",
+                              "wifi save",
+                              "wifi save Home rssi=-1",
+                              "wifi forget",
+                              "wifi snr loud",
+                              "internet",
+                              "internet gateway",
+                              "internet gateway maybe",
+                              "internet report HTTP",
+                              "internet report HTTP bad",
+                              "internet hotspot",
+                              "internet hotspot on off",
+                              "internet lease long",
+                              "settings-app",
+                              "settings-app chew",
+                              "settings-app open wide",
+                              "settings-app answer",
+                              "settings-app answer confirm soon",
+                              "settings-app answer confirm 1s more",
+                              "expect kpi EV005",
+                              "expect no kpi EV005 text",
+                              "expect wifi"}) {
+    EXPECT_TRUE(ErrorOf(std::string("at 1s ") + command).starts_with("f:1: expected: "))
+        << command << ": " << ErrorOf(std::string("at 1s ") + command);
+  }
+}
+
+TEST(ScenarioParser, OptionsOfARadioBecomeMembersOfTheRequest) {
+  const Json::Value request =
+      Parsed(
+          "at 1s radio add AA:BB:CC:DD:EE:01 'My home' hidden off frequency=5180 security=wpa3 "
+          "passphrase='a=b c' rssi=-60 ipv6=fe80::1\n")
+          .at(0)
+          .request;
+  EXPECT_EQ(request["do"], "radio");
+  EXPECT_EQ(request["action"], "add");
+  EXPECT_EQ(request["bssid"], "AA:BB:CC:DD:EE:01");
+  EXPECT_EQ(request["essid"], "My home");
+  EXPECT_EQ(request["hidden"], true);
+  EXPECT_EQ(request["on"], false);
+  EXPECT_EQ(request["frequency"], 5180);
+  EXPECT_EQ(request["security"], "wpa3");
+  EXPECT_EQ(request["passphrase"], "a=b c");
+  EXPECT_EQ(request["rssi"], -60);
+  EXPECT_EQ(request["ipv6"], "fe80::1");
+  EXPECT_FALSE(request.isMember("bandwidth")) << "what is not said is left to the TV";
+}
+
+TEST(ScenarioParser, APassphraseIsNotShown) {
+  for (const char* text : {"at 1s radio add AA:BB:CC:DD:EE:01 Home passphrase='top secret'",
+                           "at 1s wifi save Home passphrase=secret"}) {
+    const Step step = Parsed(text).at(0);
+    EXPECT_EQ(step.text.find("secret"), std::string::npos) << step.text;
+    EXPECT_NE(step.text.find("passphrase=***"), std::string::npos) << step.text;
+  }
+  for (const char* text : {"at 1s radio add AA:BB:CC:DD:EE:01 Home passphrase=secret colour=red",
+                           "at 1s wifi save Home passphrase=secret passphrase=secret"}) {
+    EXPECT_EQ(ErrorOf(text).find("secret"), std::string::npos) << ErrorOf(text);
+  }
 }
 
 TEST(ScenarioParser, AllMistakesAreToldAtOnce) {
@@ -148,7 +261,9 @@ Step StepOf(const std::string& text) {
 }
 
 scenario::Outcome Played(const std::string& text, const Json::Value& answer = {}) {
-  return scenario::Play(StepOf(text), [&](const Json::Value&) { return answer; });
+  scenario::KpiRecords records;
+  return scenario::Play(
+      StepOf(text), [&](const Json::Value&) { return answer; }, records);
 }
 
 TEST(ScenarioStep, WritesAndReadsSettingsOfEachType) {
@@ -179,6 +294,92 @@ TEST(ScenarioStep, TheTvsRefusalIsPassedOn) {
   EXPECT_EQ(Played("cable plug", answer).why, "no");
   answer["ok"] = true;
   EXPECT_EQ(Played("cable plug", answer).kind, scenario::Outcome::Kind::kDone);
+}
+
+TEST(ScenarioStep, TheRadioThatTheTvIsConnectedToIsAskedFor) {
+  using Kind = scenario::Outcome::Kind;
+  Json::Value answer;
+  answer["ok"] = true;
+  answer["tv"]["wifi"]["bssid"] = "AA:BB:CC:DD:EE:01";
+  EXPECT_EQ(Played("expect wifi aa:bb:cc:dd:ee:01", answer).kind, Kind::kDone);
+  EXPECT_EQ(Played("expect wifi AA:BB:CC:DD:EE:02", answer).why, "it is connected to AA:BB:CC:DD:EE:01");
+  EXPECT_EQ(Played("expect wifi none", answer).kind, Kind::kUnmet);
+  answer["tv"]["wifi"]["bssid"] = "";
+  EXPECT_EQ(Played("expect wifi none", answer).kind, Kind::kDone);
+  EXPECT_EQ(Played("expect wifi AA:BB:CC:DD:EE:01", answer).why, "it is connected to none");
+  answer["ok"] = false;
+  answer["error"] = "no";
+  EXPECT_EQ(Played("expect wifi none", answer).why, "no");
+}
+
+void HandOver(const char* code, const char* event, const char* description) {
+  EXPECT_EQ(Ledgerline::CLogger::GetInstance()->AddEventLogSync("21_wireless", event, code, description),
+            Ledgerline::CLogger::kSuccess);
+}
+
+class ScenarioKpi : public testing::Test {
+ protected:
+  scenario::Outcome Played(const std::string& text) {
+    return scenario::Play(
+        StepOf(text), [](const Json::Value&) { return Json::Value(); }, m_records);
+  }
+
+  scenario::KpiRecords m_records;
+};
+
+TEST_F(ScenarioKpi, EachRecordIsExpectedOnceAndInTheOrderOfItsCode) {
+  using Kind = scenario::Outcome::Kind;
+  EXPECT_EQ(Played("expect kpi EV005 select").why, "none was handed over");
+  HandOver("EV005", "WIFI_BANDSWITCH", "{select=0}");
+  HandOver("EV006", "AWM", "{ntype=2}");
+  HandOver("EV005", "WIFI_BANDSWITCH", "{select=1,swreason=1}");
+  EXPECT_EQ(Played("expect kpi EV006 AWM ntype=2").kind, Kind::kDone);
+  EXPECT_EQ(Played("expect kpi EV005 select=0").kind, Kind::kDone);
+  EXPECT_EQ(Played("expect kpi EV005 WIFI_BANDSWITCH select=1 swreason=1").kind, Kind::kDone);
+  EXPECT_EQ(Played("expect kpi EV005 select=1").why, "none was handed over");
+  EXPECT_EQ(Played("expect no kpi").kind, Kind::kDone);
+}
+
+TEST_F(ScenarioKpi, ARecordThatIsNotAsExpectedIsShown) {
+  HandOver("EV005", "WIFI_BANDSWITCH", "{select=0}");
+  EXPECT_EQ(Played("expect kpi EV005 WIFI_BANDSWITCH select=1").why,
+            "it was WIFI_BANDSWITCH {select=0}");
+}
+
+TEST_F(ScenarioKpi, NoRecordMeansNoneThatWasNotExpected) {
+  using Kind = scenario::Outcome::Kind;
+  EXPECT_EQ(Played("expect no kpi").kind, Kind::kDone);
+  HandOver("EV006", "AWM", "{ntype=2}");
+  EXPECT_EQ(Played("expect no kpi EV005").kind, Kind::kDone);
+  EXPECT_EQ(Played("expect no kpi EV006").why, "EV006 was handed over: AWM {ntype=2}");
+  EXPECT_EQ(Played("expect no kpi").why, "EV006 was handed over: AWM {ntype=2}");
+  EXPECT_EQ(Played("expect kpi EV006 ntype").kind, Kind::kDone);
+  EXPECT_EQ(Played("expect no kpi EV006").kind, Kind::kDone);
+}
+
+TEST(ScenarioKpiRecords, BeginWithThePlayAndGoOnInANewJournal) {
+  HandOver("EV001", "WIFI_ENV", "{before=1}");
+  scenario::KpiRecords records;
+  EXPECT_EQ(records.Take("EV001"), std::nullopt);
+  HandOver("EV001", "WIFI_ENV", "{second=1}");
+  EXPECT_EQ(records.Take("EV001")->text, "WIFI_ENV {second=1}");
+  std::filesystem::rename(kpi_journal::Path(), kpi_journal::Path() + ".1");
+  HandOver("EV001", "E", "{}");
+  EXPECT_EQ(records.Take("EV001")->text, "E {}");
+}
+
+TEST(ScenarioKpiRecords, DamageIsPassedOverAndHalfALineWaitsForItsRest) {
+  scenario::KpiRecords records;
+  HandOver("EV001", "WIFI_ENV", "{a=1}");
+  std::ofstream journal(kpi_journal::Path(), std::ios::app);
+  journal << "no JSON\n[1]\n"
+          << R"({"code":"EV002","event":"WIFI_RSSI",)" << std::flush;
+  EXPECT_EQ(records.Take("EV001")->text, "WIFI_ENV {a=1}");
+  EXPECT_EQ(records.Peek(""), std::nullopt);
+  journal << R"("description":"{b=1}"})"
+          << "\n"
+          << std::flush;
+  EXPECT_EQ(records.Take("EV002")->text, "WIFI_RSSI {b=1}");
 }
 
 TEST(ScenarioStep, CallsAreCounted) {
