@@ -163,7 +163,8 @@ TEST_F(PelorusctlTv, CallsAreShownAllOrOfOneFunction) {
   SwitchOn();
   EXPECT_TRUE(
       Contains(Ctl({"tv", "calls"}).out, "vconf_set_int(db/menu/network/networkapp_status, 0)\n"));
-  EXPECT_EQ(Ctl({"tv", "calls", "connection_create"}).out, "connection_create()\n");
+  EXPECT_EQ(Ctl({"tv", "calls", "connection_set_ethernet_cable_state_chaged_cb"}).out,
+            "connection_set_ethernet_cable_state_chaged_cb()\n");
   EXPECT_EQ(Ctl({"tv", "calls", "nothing_of_the_kind"}).code, 1);
 }
 
@@ -207,7 +208,7 @@ TEST_F(PelorusctlTv, APlayTellsEachStepWithItsTimeAndChecksWhatItCan) {
       "at 1s cable plug\n"
       "at 20s expect popup ethernet_attached\n"
       "at 20s expect key db/menu/network/networkapp_status 0\n"
-      "at 20s expect calls connection_create 1\n"
+      "at 20s expect calls tel_init 0\n"
       "at 20s expect log text\n"
       "at 20s close popup\n"
       "at 20s create file /home/owner/share/x\n");
@@ -217,7 +218,7 @@ TEST_F(PelorusctlTv, APlayTellsEachStepWithItsTimeAndChecksWhatItCan) {
             "    1.0s  cable plug\n"
             "   20.0s  expect popup ethernet_attached  (look at the screen)\n"
             "   20.0s  expect key db/menu/network/networkapp_status 0  (it is so)\n"
-            "   20.0s  expect calls connection_create 1  (it is so)\n"
+            "   20.0s  expect calls tel_init 0  (it is so)\n"
             "   20.0s  expect log text  (look at the log)\n"
             "   20.0s  close popup  (skipped: it is yours to close)\n"
             "   20.0s  create file /home/owner/share/x  (skipped: only a test does this)\n");
