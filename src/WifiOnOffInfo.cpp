@@ -1,0 +1,6 @@
+#include "WifiOnOffInfo.h"
+
+CWifiOnOffInfo* GetWifiOnOffInstance() {
+  static CWifiOnOffInfo info;
+  return &info;
+}
