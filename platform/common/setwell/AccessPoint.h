@@ -22,7 +22,7 @@ struct AccessPoint {
   std::string ssid;
   std::string bssid;
   int frequency = 0;  ///< MHz
-  int rssi = 0;       ///< dBm
+  int rssi = 0;       ///< dBm, negative; 0: not known
   wifi_security_type_e security = WIFI_SECURITY_TYPE_NONE;
   bool is_saved = false;
 };

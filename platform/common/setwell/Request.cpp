@@ -5,6 +5,8 @@
 
 #include "call_guarded.h"
 
+namespace Setwell {
+
 namespace {
 
 /// The requests whose answer somebody waits for. Never destroyed, for answers may come to the last.
@@ -54,3 +56,5 @@ gboolean Request::OnLater(gpointer self) {
   CallGuarded([request] { OnAnswer(request->m_late_result, request->UserData()); });
   return G_SOURCE_REMOVE;
 }
+
+}  // namespace Setwell

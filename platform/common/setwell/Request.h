@@ -8,6 +8,8 @@
 
 #include "wifi.h"
 
+namespace Setwell {
+
 /// One request to the Wi-Fi interface whose answer comes later. Owned by who waits for the answer: when
 /// it ends, the answer is dropped, however late it comes, and nobody touches what is gone. A platform
 /// that answers more than once is heard each time. Main-loop thread only.
@@ -40,3 +42,5 @@ class Request {
   wifi_error_e m_late_result = WIFI_ERROR_NONE;
   guint m_later = 0;
 };
+
+}  // namespace Setwell

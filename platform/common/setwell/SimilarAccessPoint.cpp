@@ -52,6 +52,11 @@ bool IsSimilar(const AccessPoint& radio, const AccessPoint& connected) {
   return is_same_router || IsSameNetwork(radio, connected);
 }
 
+bool IsWorthAMove(const AccessPoint& radio) {
+  const bool is_strong = radio.rssi < 0 && radio.rssi >= NetworkWifi::kWeakestSimilarRssi;
+  return Is5Ghz(radio.frequency) && is_strong && IsBssid(radio.bssid);
+}
+
 }  // namespace
 
 std::vector<AccessPoint> FoundRadios() {
@@ -67,8 +72,7 @@ SimilarAccessPoint ChooseSimilar(const AccessPoint& connected, const std::vector
   SimilarAccessPoint choice;
   bool is_any_similar = false;
   for (const AccessPoint& radio : found) {
-    if (!Is5Ghz(radio.frequency) || radio.rssi < NetworkWifi::kWeakestSimilarRssi ||
-        !IsBssid(radio.bssid) || !IsSimilar(radio, connected)) {
+    if (!IsWorthAMove(radio) || !IsSimilar(radio, connected)) {
       continue;
     }
     is_any_similar = true;
