@@ -41,7 +41,7 @@ struct WifiParameters : NetworkParameters {
 /// A network that can be connected to.
 class Network : public Observable {
  public:
-  /// For the Connect() that follows.
+  /// For every Connect() that follows.
   virtual void SetParameters(const NetworkParameters& parameters) = 0;
   /// The answer comes to the listeners; one request's answer is dropped when another followed it.
   virtual void Connect() = 0;
@@ -87,7 +87,9 @@ class NetworkWifi : public Network {
   /// the request could not begin. Being there already is a success.
   void Connect() override;
 
-  /// Leaves the network of that name if the TV is in it. The listeners hear OnDisconnected().
+  /// Leaves the network of that name if the TV is in it. The listeners hear OnDisconnected() when it has
+  /// left by this request; when there was nothing to leave, or the platform refuses, they hear nothing.
+  /// A Connect() under way is given up only for a network that is left.
   void Disconnect(const std::string& ssid);
 
  private:
