@@ -171,7 +171,8 @@ typedef struct {
 ///                  WIFI_ERROR_OPERATION_ABORTED when a later request to connect or disconnect took its
 ///                  place. There is no limit to how late it may come.
 /// @return WIFI_ERROR_NONE, and then the callback comes; WIFI_ERROR_INVALID_PARAMETER,
-///         WIFI_ERROR_INVALID_OPERATION, WIFI_ERROR_ALREADY_EXISTS when the TV is connected there,
+///         WIFI_ERROR_INVALID_OPERATION, WIFI_ERROR_ALREADY_EXISTS when the TV is connected there
+///         (a request under way, which might still lead it elsewhere, has then lost its place),
 ///         WIFI_ERROR_OPERATION_FAILED or WIFI_ERROR_NOT_SUPPORTED
 int wifi_connect_target(const wifi_target_s* target, wifi_finished_cb callback, void* user_data);
 

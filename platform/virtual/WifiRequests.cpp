@@ -79,6 +79,7 @@ wifi_error_e WifiRequests::Connect(const WifiTarget& target, const Answer& answe
   }
   const auto present = m_wifi.Connected();
   if (present && target.IsMetBy(present->radio)) {
+    Abort();  // who wants to be here does not want to be led elsewhere
     return WIFI_ERROR_ALREADY_EXISTS;
   }
   Begin(answer, &WifiRequests::BeginLook);

@@ -125,6 +125,22 @@ TEST_F(WifiConnection, IsRefusedWhereTheTvIsAlready) {
   EXPECT_EQ(ConnectedBssid(), m_low.bssid);
 }
 
+// Asking for the place where the TV is takes back a request to leave it.
+// Fails: a backend that says the TV is there, and then leads it elsewhere after all.
+TEST_F(WifiConnection, IsHeldByARequestForWhereTheTvIs) {
+  m_room->PutOnAir(m_low);
+  m_room->PutOnAir(m_high);
+  ASSERT_EQ(ConnectAndWait(To(m_low, kSecret)), WIFI_ERROR_NONE);
+  Answers answers;
+  ASSERT_EQ(Connect(To(m_high), answers), WIFI_ERROR_NONE);
+  EXPECT_EQ(Connect(To(m_low), answers), WIFI_ERROR_ALREADY_EXISTS);
+  EXPECT_EQ(answers, Answers{});
+  WaitFor(answers, {WIFI_ERROR_OPERATION_ABORTED});
+  RunLoopFor(1s);
+  EXPECT_EQ(answers, Answers{WIFI_ERROR_OPERATION_ABORTED});
+  EXPECT_EQ(ConnectedBssid(), m_low.bssid);
+}
+
 // The other radio of the same network is another place, and the saved passphrase opens it.
 // Fails: a backend that takes the name for the place and answers that it is there already.
 TEST_F(WifiConnection, MovesToTheOtherRadioOfItsNetwork) {

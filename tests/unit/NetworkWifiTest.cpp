@@ -227,6 +227,17 @@ TEST_F(NetworkWifiObject, CountsBeingThereAlreadyAsASuccess) {
   EXPECT_EQ(m_heard, m_success);
 }
 
+TEST_F(NetworkWifiObject, StaysAtHomeWhenCalledBackBeforeItLeft) {
+  const WIFIData low = Connected();
+  m_tv.SetLatency(EventKind::kLook, 5000);
+  ConnectTo(Similar());
+  RunLoopFor(std::chrono::seconds(1));
+  ConnectTo(low);
+  RunUntilQuiet();
+  EXPECT_EQ(m_heard, m_success);
+  EXPECT_EQ(m_room.ConnectedBssid(), kLow);
+}
+
 TEST_F(NetworkWifiObject, TellsWhyAConnectionFailed) {
   const struct {
     Radio::Temper temper;
