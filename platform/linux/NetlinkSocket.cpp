@@ -34,6 +34,17 @@ void EnlargeReceiveBuffer(nl_sock* socket) {
   }
 }
 
+/// As g_unix_fd_add(), but without keeping the source out of a main loop that its own callback runs: no
+/// callback here runs one, and to keep it out GLib writes to its wake-up descriptor twice an event,
+/// which costs one more round of the loop as well.
+guint Watch(int fd, int priority, GUnixFDSourceFunc callback, gpointer data) {
+  g_autoptr(GSource) source = g_unix_fd_source_new(fd, G_IO_IN);
+  g_source_set_callback(source, G_SOURCE_FUNC(callback), data, nullptr);
+  g_source_set_priority(source, priority);
+  g_source_set_can_recurse(source, TRUE);
+  return g_source_attach(source, nullptr);
+}
+
 /// Whether an error of nl_recvmsgs() means that messages were lost.
 bool IsLoss(int result) {
   return result == -NLE_NOMEM || result == -NLE_MSG_TRUNC || result == -NLE_MSG_OVERFLOW;
@@ -69,8 +80,8 @@ struct NetlinkSocket::State : std::enable_shared_from_this<NetlinkSocket::State>
 };
 
 std::unique_ptr<NetlinkSocket> NetlinkSocket::Open(std::initializer_list<int> groups,
-                                                   MessageHandler on_message,
-                                                   OverrunHandler on_overrun) {
+                                                   MessageHandler on_message, OverrunHandler on_overrun,
+                                                   int priority) {
   auto state = std::make_shared<State>();
   state->on_message = std::move(on_message);
   state->on_overrun = std::move(on_overrun);
@@ -94,7 +105,7 @@ std::unique_ptr<NetlinkSocket> NetlinkSocket::Open(std::initializer_list<int> gr
     return nullptr;
   }
   EnlargeReceiveBuffer(socket);
-  state->source = g_unix_fd_add(nl_socket_get_fd(socket), G_IO_IN, OnReadable, state.get());
+  state->source = Watch(nl_socket_get_fd(socket), priority, OnReadable, state.get());
   return std::unique_ptr<NetlinkSocket>(new NetlinkSocket(std::move(state)));
 }
 

@@ -22,9 +22,11 @@ class NetlinkSocket {
   /// @param on_overrun  called when the kernel had to drop messages, after the last one before the gap:
   /// the
   ///                    moment to dump again
+  /// @param priority    of the main loop, for whoever must hear of an event before other sockets do
   /// @return null when the kernel refuses; logged. Both handlers may end the socket.
   static std::unique_ptr<NetlinkSocket> Open(std::initializer_list<int> groups,
-                                             MessageHandler on_message, OverrunHandler on_overrun);
+                                             MessageHandler on_message, OverrunHandler on_overrun,
+                                             int priority = G_PRIORITY_DEFAULT);
   ~NetlinkSocket();
   NetlinkSocket(const NetlinkSocket&) = delete;
   NetlinkSocket& operator=(const NetlinkSocket&) = delete;

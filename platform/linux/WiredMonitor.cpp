@@ -15,7 +15,8 @@ bool WiredMonitor::Open() {
         if (Look(found)) {
           Tell(m_network.Become(found));
         }
-      });
+      },
+      G_PRIORITY_HIGH);  // the user is waiting for the popup, nobody for the default route
   return m_socket != nullptr && Look(m_network);
 }
 
