@@ -11,12 +11,7 @@
 namespace {
 
 int ErrorOf(const GError* error) {
-  if (error == nullptr) {
-    return SYSTEM_INFO_ERROR_NONE;
-  }
-  const bool absent = g_error_matches(error, G_KEY_FILE_ERROR, G_KEY_FILE_ERROR_KEY_NOT_FOUND) ||
-                      g_error_matches(error, G_KEY_FILE_ERROR, G_KEY_FILE_ERROR_GROUP_NOT_FOUND);
-  return absent ? SYSTEM_INFO_ERROR_NOT_SUPPORTED : SYSTEM_INFO_ERROR_IO_ERROR;
+  return error == nullptr ? SYSTEM_INFO_ERROR_NONE : SYSTEM_INFO_ERROR_IO_ERROR;
 }
 
 /// Whether the key file can hold it: GLib takes other names for a mistake of the program.
@@ -69,6 +64,12 @@ int SystemInfo::Find(const char* key, std::string& group, std::string& name) con
   return SYSTEM_INFO_ERROR_NONE;
 }
 
+/// Asked first, because to answer "no" with an error GLib makes a translated text that nobody reads.
+bool SystemInfo::Has(const std::string& group, const std::string& name) const {
+  return g_key_file_has_group(m_file, group.c_str()) &&
+         g_key_file_has_key(m_file, group.c_str(), name.c_str(), nullptr);
+}
+
 int SystemInfo::GetBool(const char* key, bool& value) {
   std::string group;
   std::string name;
@@ -76,6 +77,9 @@ int SystemInfo::GetBool(const char* key, bool& value) {
     return error;
   }
   const std::lock_guard lock(m_mutex);
+  if (!Has(group, name)) {
+    return SYSTEM_INFO_ERROR_NOT_SUPPORTED;
+  }
   g_autoptr(GError) error = nullptr;
   const bool found = g_key_file_get_boolean(m_file, group.c_str(), name.c_str(), &error) != FALSE;
   value = error == nullptr ? found : value;
@@ -89,6 +93,9 @@ int SystemInfo::GetInt(const char* key, int& value) {
     return error;
   }
   const std::lock_guard lock(m_mutex);
+  if (!Has(group, name)) {
+    return SYSTEM_INFO_ERROR_NOT_SUPPORTED;
+  }
   g_autoptr(GError) error = nullptr;
   const int found = g_key_file_get_integer(m_file, group.c_str(), name.c_str(), &error);
   value = error == nullptr ? found : value;
@@ -102,6 +109,9 @@ int SystemInfo::GetString(const char* key, std::string& value) {
     return error;
   }
   const std::lock_guard lock(m_mutex);
+  if (!Has(group, name)) {
+    return SYSTEM_INFO_ERROR_NOT_SUPPORTED;
+  }
   g_autoptr(GError) error = nullptr;
   g_autofree char* found = g_key_file_get_string(m_file, group.c_str(), name.c_str(), &error);
   if (found != nullptr) {

@@ -28,6 +28,7 @@ class SystemInfo {
  private:
   SystemInfo();
   int Find(const char* key, std::string& group, std::string& name) const;
+  bool Has(const std::string& group, const std::string& name) const;
 
   std::mutex m_mutex;
   GKeyFile* m_file;  // never freed: the one object lives as long as the process
