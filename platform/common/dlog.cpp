@@ -31,8 +31,7 @@ struct Line {
   std::size_t length;
 };
 
-/// The journal's socket, opened once and addressed anew with each line, so that a restart of the journal
-/// needs nothing here.
+/// Opened once; connected by the first line.
 int JournalDescriptor() {
   static std::atomic<int> descriptor{-1};
   int known = descriptor.load();
@@ -45,6 +44,22 @@ int JournalDescriptor() {
     return known;
   }
   return opened;
+}
+
+/// The socket stays connected to the journal's, which spares the kernel the way to it by name with each
+/// line. A journal that has gone refuses the line; it is sent again to the one that has come since.
+bool SendConnected(const msghdr& message) {
+  const int descriptor = JournalDescriptor();
+  if (descriptor < 0) {
+    return false;
+  }
+  if (sendmsg(descriptor, &message, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0) {
+    return true;
+  }
+  return (errno == ENOTCONN || errno == ECONNREFUSED) &&
+         connect(descriptor, reinterpret_cast<const sockaddr*>(&kJournalSocket),
+                 sizeof kJournalSocket) == 0 &&
+         sendmsg(descriptor, &message, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0;
 }
 
 int SyslogPriority(int priority) {
@@ -96,14 +111,10 @@ bool SendToJournal(const Line& line) {
   iovec parts[] = {Bytes(fields, fields_length),  Bytes(place, place_length),
                    Bytes("MESSAGE\n", 8),         Bytes(message_length, sizeof message_length),
                    Bytes(line.text, line.length), Bytes("\n", 1)};
-  sockaddr_un address = kJournalSocket;
   msghdr message{};
-  message.msg_name = &address;
-  message.msg_namelen = sizeof address;
   message.msg_iov = parts;
   message.msg_iovlen = sizeof parts / sizeof parts[0];
-  const int descriptor = JournalDescriptor();
-  return descriptor >= 0 && sendmsg(descriptor, &message, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0;
+  return SendConnected(message);
 }
 
 /// Where a text that is cut at `length` ends without half a UTF-8 character, for which a reader of the

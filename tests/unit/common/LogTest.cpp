@@ -3,6 +3,7 @@
 #include <climits>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <thread>
@@ -255,6 +256,22 @@ TEST(LogJournal, AnAbsentJournalLeavesStandardErrorAndARestartedOneIsTakenUpAgai
     LOG(LOG_ID_MAIN, "gone");
     EXPECT_EQ(test_log::Messages(), (std::vector<std::string>{"gone"}));
   }
+}
+
+TEST(LogJournal, ALineBetweenTwoJournalsGoesToTheNewOneAndNowhereElse) {
+  auto journal = std::make_unique<Journal>();
+  for (int round = 0; round < 3; ++round) {
+    LOG(LOG_ID_MAIN, "to the one that is there");
+    ASSERT_TRUE(journal->Take());
+    journal.reset();  // nothing is logged until its successor stands there
+    journal = std::make_unique<Journal>();
+    LOG(LOG_ID_MAIN, "to its successor");
+    const auto record = journal->Take();
+    ASSERT_TRUE(record);
+    EXPECT_TRUE(record->at("MESSAGE").ends_with("> to its successor")) << record->at("MESSAGE");
+    EXPECT_FALSE(journal->Take()) << "once, not twice";
+  }
+  EXPECT_TRUE(RawLines().empty());
 }
 
 TEST(LogJournal, AJournalThatDiedWithoutCleaningUpLeavesStandardError) {
