@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <map>
 #include <string>
 
 #include <benchmark/benchmark.h>
@@ -16,6 +15,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "Medians.h"
 #include "Report.h"
 #include "vconf.h"
 
@@ -254,39 +254,12 @@ void OtherProcess(benchmark::State& state, Write write, const char* store) {
 
 // Report
 
-class Medians : public benchmark::ConsoleReporter {
- public:
-  Medians() : ConsoleReporter(OO_None) {}
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
-        m_microseconds[run.run_name.function_name] = run.GetAdjustedRealTime();
-      }
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  double operator[](const std::string& name) const { return m_microseconds.at(name); }
-
- private:
-  std::map<std::string, double> m_microseconds;
-};
-
 void RegisterAll() {
   const auto add_timed = [](const char* name, auto function, auto... arguments) {
-    return benchmark::RegisterBenchmark(name, function, arguments...)
-        ->Unit(benchmark::kMicrosecond)
-        ->Repetitions(5)
-        ->ReportAggregatesOnly()
-        ->MinTime(0.2)
-        ->UseManualTime();
+    return Medians::Add(name, function, arguments...)->UseManualTime();
   };
   const auto add = [](const char* name, auto function, auto... arguments) {
-    return benchmark::RegisterBenchmark(name, function, arguments...)
-        ->Unit(benchmark::kMicrosecond)
-        ->Repetitions(5)
-        ->ReportAggregatesOnly()
-        ->MinTime(0.2)
-        ->UseRealTime();
+    return Medians::Add(name, function, arguments...)->UseRealTime();
   };
   add("read int", ReadNumber);
   add("dconf read int", DconfReadNumber);
