@@ -83,9 +83,10 @@ int SyncDirectoryOf(const std::string& path) {
   return directory.get() >= 0 && fsync(directory.get()) == 0 ? 0 : errno;
 }
 
-/// Non-blocking, so that a pipe somebody put there cannot stop the main loop.
+/// For reading too, because the end of the last line is looked at; so a pipe somebody put there cannot
+/// stop the main loop either.
 int Open(const std::string& path) {
-  return open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, kFileMode);
+  return open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, kFileMode);
 }
 
 /// A writer holds the lock as long as the disk needs for a line. Anyone else who can read the file could
