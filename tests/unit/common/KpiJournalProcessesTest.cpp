@@ -134,6 +134,30 @@ TEST_F(KpiJournalProcesses, ARotationInTheMiddleLosesNothing) {
   reading.ExpectAll(kWriters, kRecords);
 }
 
+TEST_F(KpiJournalProcesses, AWriterWhoseFileIsRotatedBeforeItsTurnTakesTheNewOne) {
+  ASSERT_EQ(Add(1, 0), 1);
+  const int file = open(journal::kPath, O_RDONLY | O_CLOEXEC);
+  ASSERT_EQ(flock(file, LOCK_EX), 0);
+  const pid_t writer = processes::Start([] { ASSERT_EQ(Add(2, 0), 1); });
+  const auto has_opened_it = [&] {
+    int descriptors = 0;
+    for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(writer) + "/fd")) {
+      std::error_code gone;
+      descriptors += fs::read_symlink(entry.path(), gone) == journal::kPath ? 1 : 0;
+    }
+    return descriptors == 2;  // one was inherited
+  };
+  while (!has_opened_it()) {
+    ASSERT_FALSE(HasEnded(writer));
+  }
+  fs::rename(journal::kPath, kDirectory / "rotated");
+  flock(file, LOCK_UN);
+  close(file);
+  processes::Join(writer);
+  EXPECT_EQ(journal::Texts("code", kDirectory / "rotated"), std::vector<std::string>{"1"});
+  EXPECT_EQ(journal::Texts("code"), std::vector<std::string>{"2"});
+}
+
 TEST_F(KpiJournalProcesses, WhatAKilledWriterTearsIsOnALineOfItsOwn) {
   std::mt19937 random(9);
   int torn = 0;
