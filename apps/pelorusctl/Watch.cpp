@@ -1,13 +1,11 @@
 #include "Watch.h"
 
-#include <cstdio>
 #include <list>
 #include <set>
 
-#include <glib-unix.h>
-
 #include "Catalogue.h"
 #include "ExitCodes.h"
+#include "LiveOutput.h"
 #include "Message.h"
 #include "Setting.h"
 #include "SettingsWatcher.h"
@@ -58,47 +56,21 @@ struct Watching {
     Watching* watching;
   };
 
-  explicit Watching(const WatchOptions& chosen) : options(chosen) {}
-  ~Watching() { g_main_loop_unref(loop); }
-  Watching(const Watching&) = delete;
-  Watching& operator=(const Watching&) = delete;
-
   static void OnWritten(keynode_t* /*node*/, void* key) {
     const auto* written = static_cast<Key*>(key);
-    written->watching->Print(written->name);
+    Watching* self = written->watching;
+    self->output.Print(Line(written->name, self->json));
   }
 
-  static gboolean OnInterrupted(gpointer self) {
-    g_main_loop_quit(static_cast<Watching*>(self)->loop);
-    return G_SOURCE_CONTINUE;
-  }
-
-  void Print(const std::string& key) {
-    if (ended) {
-      return;
-    }
-    std::puts(Line(key, options.json).c_str());
-    ended = (options.count != 0 && ++printed == options.count) || std::ferror(stdout) != 0;
-    if (ended) {
-      g_main_loop_quit(loop);
-    }
-  }
-
-  const WatchOptions& options;
-  GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
-  std::uint64_t printed = 0;
-  bool ended = false;
+  LiveOutput output;
+  bool json;
 };
 
 }  // namespace
 
 int WatchSettings(const WatchOptions& options) {
-  Watching watching(options);
+  Watching watching{LiveOutput(options.count), options.json};
   const std::set<std::string> names(options.keys.begin(), options.keys.end());
-
-  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
-  g_unix_signal_add(SIGINT, Watching::OnInterrupted, &watching);
-  g_unix_signal_add(SIGTERM, Watching::OnInterrupted, &watching);
 
   std::list<Watching::Key> keys;  // stay where they are: the watches point at them
   for (const std::string& name : names) {
@@ -110,6 +82,6 @@ int WatchSettings(const WatchOptions& options) {
       return exit_codes::kFailed;
     }
   }
-  g_main_loop_run(watching.loop);
+  watching.output.Run();
   return exit_codes::kDone;
 }

@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "ExitCodes.h"
+#include "KpiCommands.h"
 #include "Message.h"
 #include "SettingsCommands.h"
 #include "Spelling.h"
@@ -15,7 +16,7 @@ namespace {
 
 constexpr char kExitCodesText[] =
     "Exit codes: 0 done; 1 refused or failed (no value, cannot write); 2 usage error;\n"
-    "3 settings store or TV not reachable.\n";
+    "3 settings store, KPI journal or TV not reachable.\n";
 
 /// " (did you mean ...?)" when a command is called much like that, else nothing.
 std::string NearCommand(const CLI::App& app, const std::string& typed) {
@@ -45,14 +46,17 @@ int OnParseError(const CLI::App& app, const CLI::ParseError& error) {
 }
 
 int RunCommandLine(int argc, char** argv) {
-  CLI::App app("Reads, writes and watches the settings of Pelorus, and operates its virtual TV.",
-               "pelorusctl");
+  CLI::App app(
+      "Reads, writes and watches the settings of Pelorus, shows its measurement records, and operates "
+      "its virtual TV.",
+      "pelorusctl");
   int exit_code = exit_codes::kDone;
   app.set_version_flag("--version", "pelorusctl " PELORUS_VERSION);
   app.footer(kExitCodesText);
   app.require_subcommand(1);
   app.fallthrough();
   AddSettingsCommands(app, exit_code);
+  AddKpiCommands(app, exit_code);
   AddTvCommands(app, exit_code);
   try {
     app.parse(argc, argv);
