@@ -12,7 +12,7 @@ extern "C" {
 typedef enum {
   WIFI_ERROR_NONE = 0,
   WIFI_ERROR_OUT_OF_MEMORY = -12,
-  WIFI_ERROR_INVALID_PARAMETER = -22,        ///< null handle, out parameter or callback
+  WIFI_ERROR_INVALID_PARAMETER = -22,        ///< null argument, or an ended handle
   WIFI_ERROR_INVALID_OPERATION = -38,        ///< not initialised
   WIFI_ERROR_NOT_SUPPORTED = -95,            ///< this platform has no Wi-Fi
   WIFI_ERROR_NOW_IN_PROGRESS = -115,         ///< one of this kind runs already
@@ -148,7 +148,7 @@ int wifi_scan(wifi_finished_cb callback, void* user_data);
 
 /// Where a connection shall lead.
 typedef struct {
-  const char* essid;
+  const char* essid;  ///< not empty
   const char* bssid;  ///< the radio, and no other is taken; null: any radio of the network
   int frequency;      ///< MHz, where the radio was seen; 0: not known, and all channels are looked at
   wifi_security_type_e security_type;
@@ -161,8 +161,8 @@ typedef struct {
 /// interrupts nothing; if it is not, the answer is WIFI_ERROR_NOT_FOUND and the present connection
 /// stands. Only then is the present connection left. A refusal by the access point is answered at once
 /// (WIFI_ERROR_REFUSED) and not after a limit of time. After any later failure the TV is connected to
-/// nothing, and the platform does not connect by itself for at least 10 s, so that the caller can go back.
-/// A network that was joined with a passphrase is saved when that worked.
+/// nothing, and the platform does not connect by itself for at least 10 s, so that the caller can go
+/// back. A network that was joined with a passphrase is saved when that worked.
 ///
 /// @param target    borrowed for the call
 /// @param callback  called once, after this returned: WIFI_ERROR_NONE when the TV has an address in that
