@@ -368,6 +368,20 @@ TEST_F(InternetMonitor, AListenerMayEndTheMonitorThatItUnregistersFrom) {
   EXPECT_EQ(CNWSingleton<NetworkMonitor>::GetInstance()->RegisterCb(Note("b")), 1);
 }
 
+TEST_F(InternetMonitor, AListenerMayHoldTheMonitorThatItIsUnregisteredFrom) {
+  NetworkMonitor* monitor = m_monitor.get();
+  MonitorHandle handle = monitor->RegisterCb([owner = std::move(m_monitor)](bool, auto) {});
+  monitor->UnRegisterCb(handle);
+  EXPECT_EQ(handle, 10000);
+  EXPECT_EQ(m_tv.Calls("connection_destroy").size(), 1U);
+
+  m_monitor = CNWSingleton<NetworkMonitor>::GetInstance();
+  monitor = m_monitor.get();
+  monitor->RegisterCb([owner = std::move(m_monitor)](bool, auto) {});
+  monitor->UnRegisterAllCb();
+  EXPECT_EQ(m_tv.Calls("connection_destroy").size(), 2U);
+}
+
 TEST_F(InternetMonitor, WhatAListenerHoldsMayComeBackWhenItEnds) {
   struct Holder {
     NetworkMonitor& monitor;
