@@ -121,7 +121,9 @@ std::string Internet::Address(connection_address_family_e family) const {
     case Carrier::kWifi:
       break;
   }
-  const auto radio = std::ranges::find(m_wifi.Radios(), m_wifi.ConnectedBssid(), &Radio::bssid);
+  const auto radio = std::ranges::find_if(m_wifi.Radios(), [this](const Radio& candidate) {
+    return IsSameBssid(candidate.bssid, m_wifi.ConnectedBssid());
+  });
   if (radio == m_wifi.Radios().end()) {
     return "";
   }

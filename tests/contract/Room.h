@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <memory>
+#include <string>
 
 /// The place that a backend's TV stands in, and the hands that plug and pull there. A porter writes one
 /// for their own backend; the tests know nothing else of it. One a process. When it is built there is no
@@ -13,6 +14,18 @@ class Room {
 
   virtual void PlugCable() = 0;
   virtual void UnplugCable() = 0;
+
+  /// What the TV is in the wired network.
+  struct WiredNetwork {
+    std::string mac_address;  ///< "AA:BB:CC:DD:EE:FF"
+    std::string ipv4;
+    std::string ipv6;
+  };
+  /// Plugs the cable into a network with a router. The TV has addresses there, and its traffic leaves
+  /// through it until the cable is pulled.
+  virtual WiredNetwork JoinWiredNetwork() = 0;
+  /// Takes that router away, and puts it back; the cable stays in.
+  virtual void SetRouter(bool is_there) = 0;
 
   /// The service is up when "memory/telephony/telephony_ready" says so.
   virtual void StartTelephony() = 0;

@@ -1,3 +1,5 @@
+#include <sys/socket.h>
+
 #include "ModemRoom.h"
 #include "Network.h"
 #include "Room.h"
@@ -16,6 +18,20 @@ class LinuxRoom : public Room {
   }
   void PlugCable() override { network::SetUp("far", true); }
   void UnplugCable() override { network::SetUp("far", false); }
+  WiredNetwork JoinWiredNetwork() override {
+    PlugCable();
+    network::AddAddress("wall", "192.0.2.10/24");
+    network::AddAddress("wall", "2001:db8::10/64");
+    SetRouter(true);
+    return {network::HardwareAddress("wall"), "192.0.2.10", "2001:db8::10"};
+  }
+  void SetRouter(bool is_there) override {
+    if (is_there) {
+      network::AddDefaultRoute("wall", AF_INET, 100);
+    } else {
+      network::RemoveDefaultRoute("wall", AF_INET, 100);
+    }
+  }
   void StartTelephony() override { m_modems.StartService(); }
   void StopTelephony() override { m_modems.StopService(); }
   void InsertDongle() override { m_modems.InsertDongle(); }

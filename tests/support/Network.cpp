@@ -1,5 +1,7 @@
 #include "Network.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +14,7 @@
 #include <linux/if_arp.h>
 #include <linux/if_tun.h>
 #include <netlink/errno.h>
+#include <netlink/route/addr.h>
 #include <netlink/route/link.h>
 #include <netlink/route/link/veth.h>
 #include <netlink/route/nexthop.h>
@@ -51,6 +54,7 @@ using Socket = std::unique_ptr<nl_sock, Caller<nl_socket_free>>;
 using LinkObject = std::unique_ptr<rtnl_link, Caller<rtnl_link_put>>;
 using RouteObject = std::unique_ptr<rtnl_route, Caller<rtnl_route_put>>;
 using Address = std::unique_ptr<nl_addr, Caller<nl_addr_put>>;
+using AddressObject = std::unique_ptr<rtnl_addr, Caller<rtnl_addr_put>>;
 
 /// Made at the first use, thus in the namespace that was entered before.
 nl_sock* Kernel() {
@@ -179,6 +183,25 @@ void SetMaster(const std::string& name, const std::string& master) {
 
 bool HasCarrier(const std::string& name) {
   return (rtnl_link_get_flags(Find(name).get()) & IFF_LOWER_UP) != 0;
+}
+
+std::string HardwareAddress(const std::string& name) {
+  char text[32] = "";
+  nl_addr2str(rtnl_link_get_addr(Find(name).get()), text, sizeof text);
+  std::string address(text);
+  std::ranges::transform(address, address.begin(),
+                         [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+  return address;
+}
+
+void AddAddress(const std::string& name, const std::string& address) {
+  nl_addr* parsed = nullptr;
+  RequireNl(nl_addr_parse(address.c_str(), AF_UNSPEC, &parsed), address);
+  const Address local(parsed);
+  const AddressObject wanted(rtnl_addr_alloc());
+  rtnl_addr_set_ifindex(wanted.get(), static_cast<int>(IndexOf(name)));
+  RequireNl(rtnl_addr_set_local(wanted.get(), local.get()), address);
+  RequireNl(rtnl_addr_add(Kernel(), wanted.get(), NLM_F_EXCL), address);
 }
 
 void AddDefaultRoute(const std::string& name, int family, unsigned metric) {

@@ -31,6 +31,12 @@ void Rename(const std::string& name, const std::string& new_name);
 void SetMaster(const std::string& name, const std::string& master);
 [[nodiscard]] bool HasCarrier(const std::string& name);
 
+/// @return "AA:BB:CC:DD:EE:FF"
+[[nodiscard]] std::string HardwareAddress(const std::string& name);
+
+/// @param address  with the length of its prefix: "192.0.2.10/24", "2001:db8::10/64"
+void AddAddress(const std::string& name, const std::string& address);
+
 /// Default routes out of an interface.
 /// @param family  AF_INET or AF_INET6
 void AddDefaultRoute(const std::string& name, int family, unsigned metric);
