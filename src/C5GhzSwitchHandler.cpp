@@ -53,7 +53,8 @@ int LastOctet(const std::string& bssid) {
 }
 
 int ChannelInterference() {
-  return CNWSingleton<WifiMonHandler>::GetInstance()->GetChannelInterferance();
+  const std::shared_ptr<WifiMonHandler> monitor = CNWSingleton<WifiMonHandler>::GetInstance();
+  return monitor == nullptr ? 0 : monitor->GetChannelInterferance();
 }
 
 }  // namespace
