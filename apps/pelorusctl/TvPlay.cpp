@@ -48,6 +48,16 @@ const char* NoteOn(const scenario::Step& step) {
   return "";
 }
 
+/// What the evening's author says of the step and those after it.
+void PrintRemarks(const scenario::Step& step) {
+  if (!step.remarks.empty()) {
+    std::printf("\n");
+  }
+  for (const std::string& remark : step.remarks) {
+    std::printf("%s\n", remark.c_str());
+  }
+}
+
 /// @return whether it was done, or was so
 bool PlayStep(const scenario::Step& step, TvClient& tv, scenario::KpiRecords& records) {
   const scenario::Outcome outcome = scenario::Play(
@@ -58,6 +68,7 @@ bool PlayStep(const scenario::Step& step, TvClient& tv, scenario::KpiRecords& re
                            : outcome.kind == scenario::Outcome::Kind::kNotOurs ? NoteOn(step)
                            : scenario::IsExpectation(step.kind)                ? "  (it is so)"
                                                                                : "";
+  PrintRemarks(step);
   if (step.is_initial) {
     std::printf("  before  %s%s\n", step.text.c_str(), note.c_str());
   } else {

@@ -5,6 +5,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 #include <glib.h>
 
@@ -187,13 +188,29 @@ std::string TextOf(const Words& words, std::size_t begin) {
   return text;
 }
 
-void ParseLine(const std::string& line, int number, Scenario& scenario) {
+/// @return the text of a line that is nothing but a comment
+std::optional<std::string> RemarkOf(const std::string& line) {
+  if (!line.starts_with('#')) {
+    return std::nullopt;
+  }
+  const std::size_t begin = line.find_first_not_of("# ");
+  return begin == std::string::npos ? "" : line.substr(begin);
+}
+
+/// @param remarks  those since the last step; a step takes them
+void ParseLine(const std::string& line, int number, Scenario& scenario,
+               std::vector<std::string>& remarks) {
+  if (auto remark = RemarkOf(line)) {
+    remarks.push_back(std::move(*remark));
+    return;
+  }
   const Words words = Split(line);
   if (words.empty()) {
     return;
   }
   Step step;
   step.line = number;
+  step.remarks = std::exchange(remarks, {});
   const std::size_t time_words = ParseTime(words, scenario, step);
   step.text = TextOf(words, time_words);
   ParseCommand(Words(words.begin() + static_cast<std::ptrdiff_t>(time_words), words.end()), step);
@@ -234,9 +251,10 @@ Scenario Parse(const std::string& file, std::istream& text, std::vector<std::str
   Scenario scenario;
   scenario.file = file;
   std::string line;
+  std::vector<std::string> remarks;
   for (int number = 1; std::getline(text, line); ++number) {
     try {
-      ParseLine(line, number, scenario);
+      ParseLine(line, number, scenario, remarks);
     } catch (const SyntaxError& error) {
       errors.push_back(file + ":" + std::to_string(number) + ": " + error.what());
     }

@@ -34,9 +34,10 @@ struct Step {
 
   Kind kind = Kind::kTv;
   int line = 0;
-  std::string text;                 ///< as it was written, without its time and with no passphrase
-  bool is_initial = false;          ///< done before the daemon starts
-  std::chrono::milliseconds at{0};  ///< since the daemon's start
+  std::string text;                  ///< as it was written, without its time and with no passphrase
+  std::vector<std::string> remarks;  ///< the lines of comment right before it, for people
+  bool is_initial = false;           ///< done before the daemon starts
+  std::chrono::milliseconds at{0};   ///< since the daemon's start
   Json::Value request;
   std::string subject;
   std::string type;

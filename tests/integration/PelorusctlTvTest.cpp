@@ -205,6 +205,8 @@ TEST_F(PelorusctlTv, APlayTellsEachStepWithItsTimeAndChecksWhatItCan) {
   SwitchOn();
   const Result result = Play(
       "initially set memory/wizard/wizard_mode string done\n"
+      "# Somebody plugs in the cable,\n"
+      "# and looks at the screen.\n"
       "at 1s cable plug\n"
       "at 20s expect popup ethernet_attached\n"
       "at 20s expect key db/menu/network/networkapp_status 0\n"
@@ -215,6 +217,7 @@ TEST_F(PelorusctlTv, APlayTellsEachStepWithItsTimeAndChecksWhatItCan) {
   EXPECT_EQ(result.code, 0) << result.err;
   EXPECT_EQ(result.out,
             "  before  set memory/wizard/wizard_mode string done\n"
+            "\nSomebody plugs in the cable,\nand looks at the screen.\n"
             "    1.0s  cable plug\n"
             "   20.0s  expect popup ethernet_attached  (look at the screen)\n"
             "   20.0s  expect key db/menu/network/networkapp_status 0  (it is so)\n"
