@@ -48,7 +48,7 @@ const char* NoteOn(const scenario::Step& step) {
   return "";
 }
 
-/// What the evening's author says of the step and those after it.
+/// What the evening's author says of the step and those after it; before it is time for them.
 void PrintRemarks(const scenario::Step& step) {
   if (!step.remarks.empty()) {
     std::printf("\n");
@@ -56,6 +56,7 @@ void PrintRemarks(const scenario::Step& step) {
   for (const std::string& remark : step.remarks) {
     std::printf("%s\n", remark.c_str());
   }
+  std::fflush(stdout);
 }
 
 /// @return whether it was done, or was so
@@ -68,7 +69,6 @@ bool PlayStep(const scenario::Step& step, TvClient& tv, scenario::KpiRecords& re
                            : outcome.kind == scenario::Outcome::Kind::kNotOurs ? NoteOn(step)
                            : scenario::IsExpectation(step.kind)                ? "  (it is so)"
                                                                                : "";
-  PrintRemarks(step);
   if (step.is_initial) {
     std::printf("  before  %s%s\n", step.text.c_str(), note.c_str());
   } else {
@@ -100,6 +100,7 @@ int PlayScenario(const std::string& file, double speed) {
   const auto start = std::chrono::steady_clock::now();
   for (const scenario::Step& step : evening.steps) {
     const auto at = std::chrono::duration_cast<std::chrono::nanoseconds>(step.at / speed);
+    PrintRemarks(step);
     std::this_thread::sleep_until(start + at);
     unmet += PlayStep(step, tv, records) ? 0 : 1;
   }
