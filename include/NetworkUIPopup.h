@@ -33,6 +33,7 @@ class CNetworkUIPopup : public IUIType {
 
  private:
   static void vconf_on_button_clicked(keynode_t* node, void* popup);
+  void StopListening();
 
   std::function<void(int)> m_callback;
   bool m_isShown = false;  // no button was pressed yet

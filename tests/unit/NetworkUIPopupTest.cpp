@@ -132,6 +132,16 @@ TEST_F(NetworkUIPopup, MayBeEndedByItsOwnAnswer) {
   EXPECT_TRUE(test_log::Messages().empty());
 }
 
+TEST_F(NetworkUIPopup, IsNotCalledAfterItsEndByAWatchThatCouldNotBeEnded) {
+  Show();
+  VirtualTv::Instance().Fail("vconf_ignore_key_changed", VCONF_ERROR, 1);
+  m_popup.reset();
+  test_log::Clear();
+  Say("CONNECTPRESSED");
+  EXPECT_TRUE(test_log::Messages().empty());
+  EXPECT_TRUE(m_answers.empty());
+}
+
 TEST_F(NetworkUIPopup, MayShowTheNextFromItsOwnAnswer) {
   m_popup->Show("", [this](int) {
     m_popup = std::make_unique<CNetworkUIPopup>();
