@@ -7,8 +7,10 @@
 
 #include "CNWSingleton.h"
 #include "FSMWifiListner.h"
+#include "KPICreator2017.h"
 #include "Log.h"
 #include "NW_Common.h"
+#include "NetworkLogService.h"
 #include "State5GhzConnecting.h"
 #include "State5GhzFinal.h"
 #include "State5GhzIdle.h"
@@ -17,6 +19,7 @@
 #include "State5GhzShowPopup.h"
 #include "StaticObjects.h"
 #include "WifiMonHandler.h"
+#include "WirelessKPILogger.h"
 #include "setwell/CWifiManagerAX.h"
 #include "setwell/NetworkUtil.h"
 #include "system_info.h"
@@ -55,6 +58,12 @@ int LastOctet(const std::string& bssid) {
 int ChannelInterference() {
   const std::shared_ptr<WifiMonHandler> monitor = CNWSingleton<WifiMonHandler>::GetInstance();
   return monitor == nullptr ? 0 : monitor->GetChannelInterferance();
+}
+
+void Report(const char* category, const char* eventName, const std::string& description) {
+  CWirelessKPILogger* logger = CNetworkLogServiceSingleton<CWirelessKPILogger>::Get();
+  logger->AddEventLogToFile(category, eventName, description, "21_wireless");
+  logger->SendKPIData();
 }
 
 }  // namespace
@@ -263,15 +272,25 @@ void C5GhzSwitchHandler::m_NotifyFailToUI() {
 void C5GhzSwitchHandler::m_SendEV005Event() {
   m_similarAP.protocol = GetProtocol();
   m_similarAP.channelInterference = ChannelInterference();
+  CKPIAWMEV005 creator;
+  creator.Create(nullptr);
+  const std::string result = creator.GetResult();
+  NW_LOG("EV005 Data =>%s", result.c_str());
+  Report("EV005", "WIFI_BANDSWITCH", result);
 }
 
-void C5GhzSwitchHandler::m_SendEV006Event(eSwitchRequestType /*type*/) {
+void C5GhzSwitchHandler::m_SendEV006Event(eSwitchRequestType type) {
   auto state = static_cast<wifi_connection_state_e>(-2);  // none of the platform's
   wifi_get_connection_state(&state);
   if (state != WIFI_CONNECTION_STATE_CONNECTED) {
     NW_LOG("EV006 cannot send , ap is not connected");
     return;
   }
+  CKPIAWMEV006 creator(type);
+  creator.Create(nullptr);
+  const std::string result = creator.GetResult();
+  NW_LOG("EV006 Message =>%s", result.c_str());
+  Report("EV006", "AWM", result);
 }
 
 int C5GhzSwitchHandler::GetMacDiff() {
