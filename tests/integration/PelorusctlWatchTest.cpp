@@ -1,69 +1,31 @@
 #include <csignal>
 #include <tuple>
 
-#include <gio/gio.h>
-
-#include "MainLoop.h"
-#include "PelorusctlFixture.h"
+#include "PelorusctlLive.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-/// The program watching, its lines gathered while the main loop runs.
-class Watcher {
+class Watcher : public LiveProgram {
  public:
-  explicit Watcher(Arguments arguments) {
-    arguments.insert(arguments.begin(), "watch");
-    auto line = CommandLine(arguments);
-    g_autoptr(GError) error = nullptr;
-    m_process = g_subprocess_newv(line.data(), G_SUBPROCESS_FLAGS_STDOUT_PIPE, &error);
-    EXPECT_NE(m_process, nullptr) << error->message;
-    m_lines = g_data_input_stream_new(g_subprocess_get_stdout_pipe(m_process));
-    ReadOn();
-    g_subprocess_wait_async(
-        m_process, nullptr,
-        [](GObject* process, GAsyncResult* result, gpointer self) {
-          g_subprocess_wait_finish(G_SUBPROCESS(process), result, nullptr);
-          static_cast<Watcher*>(self)->m_ended = true;
-        },
-        this);
-  }
-  ~Watcher() {
-    if (!m_ended) {
-      g_subprocess_force_exit(m_process);
-    }
-    RunLoopUntil([this] { return m_ended && m_no_more_lines; });
-    g_object_unref(m_lines);
-    g_object_unref(m_process);
-  }
-  Watcher(const Watcher&) = delete;
-  Watcher& operator=(const Watcher&) = delete;
+  explicit Watcher(Arguments arguments) : LiveProgram(WithVerb(std::move(arguments))) {}
 
   /// Waits until the kernel tells the program of writes in so many directories.
   void WaitUntilWatching(std::size_t directories) {
     RunLoopUntil([&] { return WatchedDirectories() == directories; });
   }
 
-  std::vector<std::string> WaitForLines(std::size_t count) {
-    RunLoopUntil([&] { return m_read.size() >= count; });
-    return m_read;
-  }
-
-  int WaitForExit() {
-    RunLoopUntil([this] { return m_ended && m_no_more_lines; });
-    return g_subprocess_get_if_exited(m_process) ? g_subprocess_get_exit_status(m_process) : -1;
-  }
-
-  void Signal(int number) { g_subprocess_send_signal(m_process, number); }
-
-  [[nodiscard]] const std::vector<std::string>& lines() const { return m_read; }
-
  private:
+  static Arguments WithVerb(Arguments arguments) {
+    arguments.insert(arguments.begin(), "watch");
+    return arguments;
+  }
+
   std::size_t WatchedDirectories() const {
     std::size_t count = 0;
     std::error_code gone;
-    const char* identifier = g_subprocess_get_identifier(m_process);
+    const char* identifier = Identifier();
     if (identifier == nullptr) {
       return 0;
     }
@@ -77,29 +39,6 @@ class Watcher {
     }
     return count;
   }
-
-  void ReadOn() {
-    g_data_input_stream_read_line_async(
-        m_lines, G_PRIORITY_DEFAULT, nullptr,
-        [](GObject* stream, GAsyncResult* result, gpointer self) {
-          auto* watcher = static_cast<Watcher*>(self);
-          g_autofree char* line = g_data_input_stream_read_line_finish(G_DATA_INPUT_STREAM(stream),
-                                                                       result, nullptr, nullptr);
-          if (line == nullptr) {
-            watcher->m_no_more_lines = true;
-            return;
-          }
-          watcher->m_read.emplace_back(line);
-          watcher->ReadOn();
-        },
-        this);
-  }
-
-  GSubprocess* m_process = nullptr;
-  GDataInputStream* m_lines = nullptr;
-  std::vector<std::string> m_read;
-  bool m_ended = false;
-  bool m_no_more_lines = false;
 };
 
 /// What follows the time stamp.
