@@ -56,7 +56,15 @@ _pelorusctl() {
       COMPREPLY=($(compgen -W "int bool string" -- "$word"))
       return
       ;;
-    --count | --times | --speed) return ;;
+    --journal)
+      COMPREPLY=($(compgen -f -- "$word"))
+      return
+      ;;
+    --event)
+      COMPREPLY=($(compgen -W "EV001 EV002 EV004 EV005 EV006 EV008 EV009 EV011" -- "$word"))
+      return
+      ;;
+    --count | --times | --speed | --last) return ;;
   esac
 
   # The words before the cursor that are neither options nor values of options.
@@ -67,7 +75,7 @@ _pelorusctl() {
         ((++i))
         settings=${COMP_WORDS[i]}
         ;;
-      --type | --count | --times) ((++i)) ;;
+      --type | --count | --times | --event | --last | --journal) ((++i)) ;;
       -*) ;;
       *) words+=("${COMP_WORDS[i]}") ;;
     esac
@@ -82,6 +90,12 @@ _pelorusctl() {
       set) options+=" --type" ;;
       list) options+=" --all --json --names" ;;
       watch) options+=" --count --json" ;;
+      kpi)
+        case ${words[1]-} in
+          list) options+=" --event --last --journal --json" ;;
+          follow) options+=" --event --last --journal --count --json" ;;
+        esac
+        ;;
       tv)
         case ${words[1]-} in
           fail) options+=" --times" ;;
@@ -95,10 +109,11 @@ _pelorusctl() {
   fi
 
   case $command:${#words[@]} in
-    :0) COMPREPLY=($(compgen -W "get set list watch tv" -- "$word")) ;;
+    :0) COMPREPLY=($(compgen -W "get set list watch kpi tv" -- "$word")) ;;
     get:1 | set:1 | list:1 | watch:*)
       COMPREPLY=($(compgen -W "$(_pelorusctl_keys "$settings")" -- "$word"))
       ;;
+    kpi:1) COMPREPLY=($(compgen -W "list follow" -- "$word")) ;;
     tv:*) _pelorusctl_tv "$word" "${words[@]:1}" ;;
   esac
 }
