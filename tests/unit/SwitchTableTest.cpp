@@ -328,7 +328,10 @@ void Cell::Expect(int selection) {
   EXPECT_EQ(m_room.handler.GetUserSelection(),
             is_decided ? outcome.selection : (is_accepted ? -1 : selection));
 
+  EXPECT_EQ(SwitchRoom::CountPrefix("EV005 Data =>"), is_decided ? 1U : 0U);
+
   const bool is_trouble = IsRequest() && m_row.source == switch_table::Source::kPlayer;
+  EXPECT_EQ(SwitchRoom::CountPrefix("EV006 Message =>"), is_trouble ? 1U : 0U);
   if (is_accepted) {
     EXPECT_EQ(m_room.handler.GetRequestType(), !is_trouble ? eUserRequest
                                                : m_trouble_key == vconf_keys::kStreamingBuffer
