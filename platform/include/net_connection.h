@@ -98,7 +98,8 @@ typedef enum {
 
 /// Takes the profile of the network that carries the TV's traffic.
 /// @param profile  out: ends with connection_profile_destroy(); untouched on failure
-/// @return CONNECTION_ERROR_NONE, CONNECTION_ERROR_INVALID_PARAMETER, CONNECTION_ERROR_NO_CONNECTION when
+/// @return CONNECTION_ERROR_NONE, CONNECTION_ERROR_INVALID_PARAMETER, CONNECTION_ERROR_NO_CONNECTION
+/// when
 ///         no network does, or CONNECTION_ERROR_OPERATION_FAILED
 int connection_get_current_profile(connection_h connection, connection_profile_h* profile);
 
@@ -111,7 +112,8 @@ int connection_profile_get_type(connection_profile_h profile, connection_profile
 
 /// Reads for how long the router lent the address.
 /// @param seconds  out: untouched on failure
-/// @return CONNECTION_ERROR_NONE, CONNECTION_ERROR_INVALID_PARAMETER, CONNECTION_ERROR_NO_CONNECTION when
+/// @return CONNECTION_ERROR_NONE, CONNECTION_ERROR_INVALID_PARAMETER, CONNECTION_ERROR_NO_CONNECTION
+/// when
 ///         the address was not lent, CONNECTION_ERROR_NOT_SUPPORTED or CONNECTION_ERROR_OPERATION_FAILED
 int connection_profile_get_dhcp_lease_duration(connection_profile_h profile,
                                                connection_address_family_e family, int* seconds);
@@ -125,13 +127,16 @@ int connection_profile_check_default_gateway(bool* has_gateway);
 /// Reads the hardware address of a kind of network.
 /// @param mac_address  out: "AA:BB:CC:DD:EE:FF", a heap string that the caller frees with free();
 ///                     untouched on failure
-/// @return CONNECTION_ERROR_NONE, CONNECTION_ERROR_INVALID_PARAMETER, or CONNECTION_ERROR_OPERATION_FAILED
+/// @return CONNECTION_ERROR_NONE, CONNECTION_ERROR_INVALID_PARAMETER, or
+/// CONNECTION_ERROR_OPERATION_FAILED
 ///         when there is no such hardware
 int connection_get_mac_address(connection_h connection, connection_type_e type, char** mac_address);
 
 /// Reads the address of the network that carries the TV's traffic.
-/// @param ip_address  out: as text, a heap string that the caller frees with free(); untouched on failure
-/// @return CONNECTION_ERROR_NONE, CONNECTION_ERROR_INVALID_PARAMETER, CONNECTION_ERROR_NO_CONNECTION when
+/// @param ip_address  out: as text, a heap string that the caller frees with free(); untouched on
+/// failure
+/// @return CONNECTION_ERROR_NONE, CONNECTION_ERROR_INVALID_PARAMETER, CONNECTION_ERROR_NO_CONNECTION
+/// when
 ///         there is no network or it has no address of this family, or CONNECTION_ERROR_OPERATION_FAILED
 int connection_get_ip_address(connection_h connection, connection_address_family_e family,
                               char** ip_address);

@@ -59,6 +59,24 @@ int wifi_initialize(void);
 ///         WIFI_ERROR_OPERATION_FAILED or WIFI_ERROR_NOT_SUPPORTED
 int wifi_get_connection_state(wifi_connection_state_e* state);
 
+/// Called when the connection's state changed, in the order in which that happened.
+/// @param ap  the access point that it is about: for WIFI_CONNECTION_STATE_DISCONNECTED the one that was
+///            left; valid during the call
+typedef void (*wifi_connection_state_changed_cb)(wifi_connection_state_e state, wifi_ap_h ap,
+                                                 void* user_data);
+
+/// Sets the process's one callback for the connection's state; a second call replaces it. The state
+/// found when it is set is no change.
+/// @param user_data  borrowed until the callback is unset or replaced
+/// @return WIFI_ERROR_NONE, WIFI_ERROR_INVALID_PARAMETER, WIFI_ERROR_INVALID_OPERATION,
+///         WIFI_ERROR_OPERATION_FAILED or WIFI_ERROR_NOT_SUPPORTED
+int wifi_set_connection_state_changed_cb(wifi_connection_state_changed_cb callback, void* user_data);
+
+/// Unsets it: it is not called after this returns.
+/// @return WIFI_ERROR_NONE, also when none was set; WIFI_ERROR_INVALID_OPERATION or
+///         WIFI_ERROR_NOT_SUPPORTED
+int wifi_unset_connection_state_changed_cb(void);
+
 /// Takes the access point that the TV is connected to.
 /// @param ap  out: ends with wifi_ap_destroy(); untouched on failure
 /// @return WIFI_ERROR_NONE, WIFI_ERROR_INVALID_PARAMETER, WIFI_ERROR_INVALID_OPERATION,

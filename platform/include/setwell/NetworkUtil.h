@@ -36,6 +36,10 @@ class NetworkUtil {
   /// NETWORK_TYPE_NONE also when the platform does not say.
   static eNetworkType GetNetworkType();
 
+  /// Whether the network that carries the TV's traffic has a gateway; false also when the platform does
+  /// not say.
+  static bool IsGateWayConnected();
+
   /// Whether two radios belong to one router. They do when all octets but the last are equal, also when
   /// the first octets differ only in the locally-administered bit or in the upper nibble, as the
   /// addresses that routers make for their further radios often do.
