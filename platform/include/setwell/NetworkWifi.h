@@ -83,8 +83,8 @@ class NetworkWifi : public Network {
 
   void SetParameters(const NetworkParameters& parameters) override;
 
-  /// The listeners hear OnAPConnected() and then OnWifiConnectSuccess() or OnConnectionError(), also when
-  /// the request could not begin. Being there already is a success.
+  /// The listeners hear OnAPConnected() and then OnWifiConnectSuccess() or OnConnectionError(), also
+  /// when the request could not begin. Being there already is a success.
   void Connect() override;
 
   /// Leaves the network of that name if the TV is in it. The listeners hear OnDisconnected() when it has
