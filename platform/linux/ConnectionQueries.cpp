@@ -21,10 +21,6 @@ HandleSet<connection_profile_handle_s>& Profiles() {
   return *profiles;
 }
 
-bool IsFamily(connection_address_family_e family) {
-  return family == CONNECTION_ADDRESS_FAMILY_IPV4 || family == CONNECTION_ADDRESS_FAMILY_IPV6;
-}
-
 }  // namespace
 
 int connection_get_current_profile(connection_h connection, connection_profile_h* profile) {
@@ -69,7 +65,7 @@ int connection_profile_get_dhcp_lease_duration(connection_profile_h profile,
   if (const auto refusal = call_gate::Refusal("connection_profile_get_dhcp_lease_duration", family)) {
     return *refusal;
   }
-  if (!Profiles().Has(profile) || !IsFamily(family) || seconds == nullptr) {
+  if (!Profiles().Has(profile) || seconds == nullptr) {
     return CONNECTION_ERROR_INVALID_PARAMETER;
   }
   return CONNECTION_ERROR_NOT_SUPPORTED;
@@ -111,7 +107,7 @@ int connection_get_ip_address(connection_h connection, connection_address_family
   if (const auto refusal = call_gate::Refusal("connection_get_ip_address", family)) {
     return *refusal;
   }
-  if (!IsConnection(connection) || !IsFamily(family) || ip_address == nullptr) {
+  if (!IsConnection(connection) || ip_address == nullptr) {
     return CONNECTION_ERROR_INVALID_PARAMETER;
   }
   std::optional<Link> link;

@@ -26,10 +26,6 @@ HandleSet<connection_profile_handle_s>& Profiles() {
   return *profiles;
 }
 
-bool IsFamily(connection_address_family_e family) {
-  return family == CONNECTION_ADDRESS_FAMILY_IPV4 || family == CONNECTION_ADDRESS_FAMILY_IPV6;
-}
-
 }  // namespace
 
 int connection_create(connection_h* connection) {
@@ -160,7 +156,7 @@ int connection_profile_get_dhcp_lease_duration(connection_profile_h profile,
   if (const auto refusal = call_gate::Refusal("connection_profile_get_dhcp_lease_duration", family)) {
     return *refusal;
   }
-  if (!Profiles().Has(profile) || !IsFamily(family) || seconds == nullptr) {
+  if (!Profiles().Has(profile) || seconds == nullptr) {
     return CONNECTION_ERROR_INVALID_PARAMETER;
   }
   if (family != CONNECTION_ADDRESS_FAMILY_IPV4 || profile->lease_seconds == 0) {
@@ -204,7 +200,7 @@ int connection_get_ip_address(connection_h connection, connection_address_family
   if (const auto refusal = call_gate::Refusal("connection_get_ip_address", family)) {
     return *refusal;
   }
-  if (!Connections().Has(connection) || !IsFamily(family) || ip_address == nullptr) {
+  if (!Connections().Has(connection) || ip_address == nullptr) {
     return CONNECTION_ERROR_INVALID_PARAMETER;
   }
   const std::string found = internet.Address(family);

@@ -1,5 +1,7 @@
 #include <net/if.h>  // before the kernel's own headers, which then leave out what it has
 
+#include <cerrno>
+#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -7,10 +9,13 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <linux/filter.h>
 #include <linux/if_arp.h>
+#include <linux/seccomp.h>
 #include <sys/mount.h>
-#include <sys/resource.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 
 #include "MainLoop.h"
 #include "NW_Common.h"
@@ -73,6 +78,21 @@ void CallWlan(const std::string& name) {
   std::filesystem::create_directories("/sys/class/net/" + name);
   std::ofstream("/sys/class/net/" + name + "/uevent")
       << "DEVTYPE=wlan\nINTERFACE=" << name << "\nIFINDEX=" << if_nametoindex(name.c_str()) << "\n";
+}
+
+/// For the rest of this process's life.
+void RefuseNetlinkSockets() {
+  sock_filter rules[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_socket, 0, 3),
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, AF_NETLINK, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  const sock_fprog program{std::size(rules), rules};
+  ASSERT_EQ(prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), 0);
+  ASSERT_EQ(prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program), 0);
 }
 
 }  // namespace
@@ -158,8 +178,7 @@ TEST_F(ConnectionQueries, AWifiInterfacesHardwareAddressIsItsOwn) {
 /// No socket to the kernel can be had: that is a failure, and not "no network".
 TEST_F(ConnectionQueries, AKernelThatDoesNotAnswerIsAFailure) {
   network::AddDefaultRoute("wall", AF_INET, 100);
-  const rlimit none{0, 0};
-  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+  RefuseNetlinkSockets();
   bool has_gateway = false;
   connection_profile_h profile = nullptr;
   char* text = nullptr;
