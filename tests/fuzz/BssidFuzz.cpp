@@ -29,9 +29,8 @@ bool IsAddress(const std::string& text) {
   if (!is_read || static_cast<std::size_t>(end) != text.size()) {
     return false;
   }
-  char again[18];
-  std::snprintf(again, sizeof again, "%02x:%02x:%02x:%02x:%02x:%02x", octets[0], octets[1], octets[2],
-                octets[3], octets[4], octets[5]);
+  g_autofree char* again = g_strdup_printf("%02x:%02x:%02x:%02x:%02x:%02x", octets[0], octets[1],
+                                           octets[2], octets[3], octets[4], octets[5]);
   return g_ascii_strcasecmp(again, text.c_str()) == 0;
 }
 
@@ -52,10 +51,9 @@ void Check(const std::string& one, const std::string& other) {
 /// An address beside its own, with the first and the last octet changed as `changes` says.
 void CheckNeighbour(const std::string& address, std::uint8_t first, std::uint8_t last) {
   const auto change = [](std::string text, std::size_t place, std::uint8_t bits) {
-    char octet[3];
-    std::snprintf(octet, sizeof octet, "%02X",
-                  static_cast<unsigned>(std::stoi(text.substr(place, 2), nullptr, 16)) ^ bits);
-    return text.replace(place, 2, octet);
+    const int octet = std::stoi(text.substr(place, 2), nullptr, 16) ^ bits;
+    g_autofree char* changed = g_strdup_printf("%02X", static_cast<unsigned>(octet));
+    return text.replace(place, 2, changed);
   };
   const std::string neighbour = change(change(address, 0, first), 15, last);
   int difference = kUntouched;

@@ -117,7 +117,7 @@ TEST_F(NetworkLibrary, TellsTheGenerationOfTheStandardOnTheConnection) {
     m_tv.GetWifi().FindRadio(kBssid)->mode = static_cast<wifi_manager_connection_mode_e>(mode);
     EXPECT_EQ(CWifiManagerAX::GetWiFiProtocol(), mode - 1);
   }
-  for (const int mode : {-1, 0, 7}) {
+  for (const int mode : {0, 7}) {
     m_tv.GetWifi().FindRadio(kBssid)->mode = static_cast<wifi_manager_connection_mode_e>(mode);
     EXPECT_EQ(CWifiManagerAX::GetWiFiProtocol(), -1) << mode;
   }

@@ -40,6 +40,8 @@ TEST_F(NetworkWifiListeners, LetsAListenerEndItselfInItsCall) {
 }
 
 TEST_F(NetworkWifiListeners, TellsAnAddedListenerFromTheNextEventOn) {
+  const auto second = std::make_shared<Listener>(m_heard, "second ");
+  m_wifi->AddListner(second);
   std::vector<std::shared_ptr<Listener>> added;
   m_listener->on_heard = [&](const std::string& event) {
     for (int i = 0; event == "let in" && i < 100; ++i) {
@@ -49,7 +51,7 @@ TEST_F(NetworkWifiListeners, TellsAnAddedListenerFromTheNextEventOn) {
   };
   ConnectTo(Connected());
   RunLoopOnce();
-  Heard expected{"let in", "success"};
+  Heard expected{"let in", "second let in", "success", "second success"};
   expected.insert(expected.end(), 100, "added success");
   EXPECT_EQ(m_heard, expected);
 }

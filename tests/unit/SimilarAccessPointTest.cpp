@@ -125,6 +125,13 @@ TEST_F(SimilarAccessPoint, IsNotAnotherRoutersNetworkOfTheSameNameWithOtherSecur
   EXPECT_EQ(Look(Setwell::DUAL_AP_MODE_USER), NetworkWifi::kNotFound);
 }
 
+TEST_F(SimilarAccessPoint, IsNotAnotherRoutersNetworkWhoseSecurityIsAsUnknown) {
+  constexpr auto kUnheardOf = static_cast<wifi_security_type_e>(7);
+  m_room.FindRadio(kLow)->security = kUnheardOf;
+  AddHigh({.bssid = kFar, .security = kUnheardOf});
+  EXPECT_EQ(Look(), NetworkWifi::kNotFound);
+}
+
 TEST_F(SimilarAccessPoint, CountsFastTransitionAsTheSameSecurityAndAsSaved) {
   AddHigh({.bssid = kFar, .security = WIFI_SECURITY_TYPE_WPA_FT_PSK});
   ASSERT_EQ(Look(), NetworkWifi::kFound);

@@ -52,7 +52,8 @@ const char* ToText(wifi_error_e error) {
 
 }  // namespace
 
-/// What outlives the object while it is inside a call to a listener, which may end it.
+/// What the object is made of. Outlives it only inside a call to a listener that ends it; with it end
+/// the requests.
 struct NetworkWifi::State {
   NetworkWifi* owner;  // null after its end
   RadioTable radios;
@@ -122,7 +123,7 @@ void NetworkWifi::State::OnConnectAnswer(const std::shared_ptr<State>& state, wi
   const std::uintptr_t number = state->link->Number();
   const bool is_let_in = result == WIFI_ERROR_NONE || result == WIFI_ERROR_DHCP_FAILED;
   Tell(state, [is_let_in](WifiEventListner& listener) { listener.OnAPConnected(is_let_in); });
-  if (!state->link || state->link->Number() != number) {
+  if (state->link->Number() != number) {
     return;  // a listener has asked for something else
   }
   if (result == WIFI_ERROR_NONE) {
@@ -157,8 +158,6 @@ NetworkWifi::NetworkWifi() : m_state(std::make_shared<State>()) {
 
 NetworkWifi::~NetworkWifi() {
   m_state->owner = nullptr;
-  m_state->link.reset();
-  m_state->scan.reset();
 }
 
 bool NetworkWifi::InitWifi() {
@@ -190,7 +189,7 @@ int NetworkWifi::Is5GhzSimilarAPExist(WIFIData& similar, eDualAPMode mode) {
     similar = m_state->HandOut(*choice.best);
     return kFound;
   }
-  return choice.is_forbidden ? kNotAllowed : kNotFound;
+  return choice.is_any ? kNotAllowed : kNotFound;
 }
 
 void NetworkWifi::Scan() {

@@ -5,9 +5,8 @@
 namespace Setwell {
 
 int RadioTable::Add(const AccessPoint& radio) {
-  const auto known = std::ranges::find_if(m_entries, [&](const Entry& entry) {
-    return IsSameRadio(entry.radio.bssid, radio.bssid) && entry.radio.ssid == radio.ssid;
-  });
+  const auto known = std::ranges::find_if(
+      m_entries, [&](const Entry& entry) { return IsSameRadio(entry.radio.bssid, radio.bssid); });
   int number = 0;
   if (known != m_entries.end()) {
     number = known->number;

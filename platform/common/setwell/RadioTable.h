@@ -14,7 +14,7 @@ class RadioTable {
  public:
   static constexpr std::size_t kMost = 64;
 
-  /// @return its number, never 0; the same each time the same radio of a network is added
+  /// @return its number, never 0; the same each time the same radio is added
   int Add(const AccessPoint& radio);
 
   /// @return nullopt when no such radio was handed out, or too many others since

@@ -70,12 +70,11 @@ std::vector<AccessPoint> FoundRadios() {
 SimilarAccessPoint ChooseSimilar(const AccessPoint& connected, const std::vector<AccessPoint>& found,
                                  bool may_join_open) {
   SimilarAccessPoint choice;
-  bool is_any_similar = false;
   for (const AccessPoint& radio : found) {
     if (!IsWorthAMove(radio) || !IsSimilar(radio, connected)) {
       continue;
     }
-    is_any_similar = true;
+    choice.is_any = true;
     const bool is_saved = radio.is_saved || (connected.is_saved && IsSameNetwork(radio, connected));
     const bool may_join = is_saved || (may_join_open && radio.security == WIFI_SECURITY_TYPE_NONE);
     if (may_join && (!choice.best || radio.rssi > choice.best->rssi)) {
@@ -83,7 +82,6 @@ SimilarAccessPoint ChooseSimilar(const AccessPoint& connected, const std::vector
       choice.best->is_saved = is_saved;
     }
   }
-  choice.is_forbidden = is_any_similar && !choice.best;
   return choice;
 }
 

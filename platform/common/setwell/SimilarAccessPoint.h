@@ -14,7 +14,7 @@ std::vector<AccessPoint> FoundRadios();
 
 struct SimilarAccessPoint {
   std::optional<AccessPoint> best;  ///< the strongest that may be joined
-  bool is_forbidden = false;        ///< there is one, but none that may be joined
+  bool is_any = false;              ///< there is one, be it that nobody may join it
 };
 
 /// Chooses the radio to which the TV had better move.

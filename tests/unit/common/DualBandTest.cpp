@@ -1,7 +1,7 @@
-#include <cstdio>
 #include <iterator>
 #include <string>
 
+#include <glib.h>
 #include <gtest/gtest.h>
 
 #include "setwell/NetworkUtil.h"
@@ -108,8 +108,7 @@ TEST(DualBand, RefusesAnAddressWithANulInIt) {
 // All first octets beside all first octets, with the last octets equal and not.
 TEST(DualBand, TellsADifferenceForEveryDistinctPartner) {
   const auto address = [](int first, int last) {
-    char text[18];
-    std::snprintf(text, sizeof text, "%02X:11:22:33:44:%02X", first, last);
+    g_autofree char* text = g_strdup_printf("%02X:11:22:33:44:%02X", first, last);
     return std::string(text);
   };
   int partners = 0;
