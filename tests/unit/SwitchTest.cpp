@@ -400,6 +400,29 @@ TEST_F(Switch, ASecondRequestWithThePopupUpIsRefusedAndTheUserIsStillAsked) {
   EXPECT_EQ(wifi.ConnectedBssid(), kHome) << "and not what the refused request saw";
 }
 
+TEST_F(Switch, ARequestTakesThePlaceOfThePopupWhenTheTvHasFallenBackMeanwhile) {
+  StartAndAsk();
+  wifi.Join(kHome);
+  Start();
+  RunLoopFor(kMove);
+  EXPECT_EQ(Entered(), (Path{1, 2, 3, 1, 2, 3}));
+  Say("CANCELPRESSED");
+  RunLoopFor(kMove);
+  EXPECT_EQ(test_log::Count("Popup button pressed =>0"), 1U) << "the first popup is gone";
+  EXPECT_EQ(wifi.ConnectedBssid(), kHome);
+}
+
+TEST_F(Switch, AnAutomaticRequestTakesThePlaceOfThePopupToo) {
+  StartAndAsk();
+  wifi.Join(kHome);
+  Buffer();
+  RunLoopFor(kMove);
+  EXPECT_EQ(Entered(), (Path{1, 2, 3, 1, 2, 3, 6, 0}));
+  Say("CANCELPRESSED");
+  RunLoopFor(kMove);
+  EXPECT_EQ(wifi.ConnectedBssid(), kHome5G) << "nobody is asked any more";
+}
+
 TEST_F(Switch, StopWhileConnectingUnlocksNewRequestsAndStopsNothing) {
   Home5G().temper = Radio::Temper::kSilent;
   tv.SetLatency(VirtualTv::EventKind::kLook, 60'000);
