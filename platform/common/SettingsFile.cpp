@@ -41,14 +41,15 @@ struct Roots {
 };
 
 const Roots& RootDirectories() {
-  static const Roots roots = [] {
+  // Never destroyed: the daemon's static objects let go of settings when they end.
+  static const auto* const roots = [] {
     const char* directory = std::getenv(kDirectoryVariable);
     if (directory != nullptr && *directory != '\0') {
-      return Roots{directory, directory};
+      return new Roots{directory, directory};
     }
-    return Roots{"/var/lib/pelorus/settings", "/run/pelorus/settings"};
+    return new Roots{"/var/lib/pelorus/settings", "/run/pelorus/settings"};
   }();
-  return roots;
+  return *roots;
 }
 
 bool IsDurable(const char* key) {
