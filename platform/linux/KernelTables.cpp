@@ -1,6 +1,5 @@
 #include "KernelTables.h"
 
-#include <cstdio>
 #include <memory>
 #include <string_view>
 
@@ -81,9 +80,13 @@ std::optional<std::string> HardwareAddressIn(const nlmsghdr* message) {
     return std::nullopt;
   }
   const auto* bytes = static_cast<const unsigned char*>(nla_data(address));
-  char text[3 * kHardwareAddressBytes];
-  std::snprintf(text, sizeof text, "%02X:%02X:%02X:%02X:%02X:%02X", bytes[0], bytes[1], bytes[2],
-                bytes[3], bytes[4], bytes[5]);
+  std::string text;
+  for (int i = 0; i < kHardwareAddressBytes; ++i) {
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    text += i == 0 ? "" : ":";
+    text += kDigits[bytes[i] >> 4];
+    text += kDigits[bytes[i] & 0xF];
+  }
   return text;
 }
 
@@ -142,7 +145,7 @@ std::optional<std::string> AddressOf(int link_index, connection_address_family_e
       best = address;
     }
   }
-  const auto text = best == nullptr ? std::nullopt : std::optional(TextOf(best));
+  auto text = best == nullptr ? std::nullopt : std::optional(TextOf(best));
   freeifaddrs(all);
   return text;
 }
