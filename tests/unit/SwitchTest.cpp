@@ -487,6 +487,16 @@ TEST_F(Switch, EndsWithTheDaemon) {
   EXPECT_EQ(CountPrefix("5ghz vconf change"), 0U);
 }
 
+TEST_F(Switch, HearsNoAnswerAfterTheDaemonStoppedIt) {
+  Start();
+  RunLoopOnce();
+  ASSERT_EQ(handler.GetState(), STATE_CONNECTING);
+  handler.DeInit();
+  RunLoopFor(kMove);
+  EXPECT_EQ(wifi.ConnectedBssid(), kHome5G) << "the platform ends what it has begun";
+  EXPECT_EQ(CountPrefix("Connection Result"), 0U);
+}
+
 TEST_F(Switch, ThePopupEndsWithTheDaemon) {
   StartAndAsk();
   handler.DeInit();

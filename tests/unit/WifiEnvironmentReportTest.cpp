@@ -13,6 +13,7 @@
 #include "TestLog.h"
 #include "VirtualClock.h"
 #include "VirtualTv.h"
+#include "WifiMonHandler.h"
 
 using namespace std::chrono_literals;
 
@@ -46,6 +47,12 @@ class WifiEnvironmentReport : public testing::Test, protected SwitchRoom {
     RunLoopUntil([] { return SwitchRoom::CountPrefix("[OnDone received") > 0; });
   }
 
+  /// Whether a measurement is kept: it holds the Wi-Fi monitor, which otherwise begins anew and names
+  /// its first listener 101.
+  static bool IsMeasurementKept() {
+    return CNWSingleton<WifiMonHandler>::GetInstance()->Start(nullptr) != 100;
+  }
+
   std::unique_ptr<CKPIEV008Capture> m_capture = std::make_unique<CKPIEV008Capture>();
 };
 
@@ -61,6 +68,7 @@ TEST_F(WifiEnvironmentReport, IsMadeThreeHoursAfterTheStartAndThenEveryThreeHour
                 "{ntype=2;rssi=-62;interfer=0;appid=NONE;mac=AA-BB-CC;freq=2437;prot=802.11n;bw=20;"
                 "security=4;linkspeed=00;ip=2;aptype=0;dualap=1;moduleid=0}"}));
   EXPECT_TRUE(test_log::Has("Sending EV008 of  ssid => Home"));
+  EXPECT_FALSE(IsMeasurementKept());
   test_log::Clear();
   RunLoopFor(3h);
   WaitForTheEndOfThePass();
@@ -84,6 +92,7 @@ TEST_F(WifiEnvironmentReport, IsDroppedWhenTheCableIsPluggedDuringTheMeasurement
   WaitForTheEndOfThePass();
   EXPECT_EQ(Sent(), 0U);
   EXPECT_EQ(CountPrefix("Sending EV008"), 0U);
+  EXPECT_FALSE(IsMeasurementKept());
   tv.UnplugCable();
   test_log::Clear();
   RunLoopFor(3h + 2s);
