@@ -17,7 +17,6 @@
 #include "State5GhzInit.h"
 #include "State5GhzRollBack.h"
 #include "State5GhzShowPopup.h"
-#include "StaticObjects.h"
 #include "WifiMonHandler.h"
 #include "WirelessKPILogger.h"
 #include "setwell/CWifiManagerAX.h"

@@ -230,7 +230,7 @@ std::string Play(const Evening& evening, const std::string& function, Times time
   test_log::Clear();
   evening.begin();
   RunLoopFor(150s);  // more than all limits of time
-  const std::string ending = Ending(room);
+  std::string ending = Ending(room);
   EXPECT_EQ(SwitchRoom::CountPrefix("exception "), 0U);
   room.handler.DeInit();
   room.tv.StopFailing(function);
