@@ -1,7 +1,5 @@
 #include "wifi.h"
 
-#include "wifi_manager.h"
-
 // This backend has no Wi-Fi yet.
 
 int wifi_initialize() {
@@ -9,6 +7,15 @@ int wifi_initialize() {
 }
 
 int wifi_get_connection_state(wifi_connection_state_e* /*state*/) {
+  return WIFI_ERROR_NOT_SUPPORTED;
+}
+
+int wifi_set_connection_state_changed_cb(wifi_connection_state_changed_cb /*callback*/,
+                                         void* /*user_data*/) {
+  return WIFI_ERROR_NOT_SUPPORTED;
+}
+
+int wifi_unset_connection_state_changed_cb() {
   return WIFI_ERROR_NOT_SUPPORTED;
 }
 
@@ -84,8 +91,4 @@ int wifi_connect_target(const wifi_target_s* /*target*/, wifi_finished_cb /*call
 
 int wifi_disconnect(wifi_ap_h /*ap*/, wifi_finished_cb /*callback*/, void* /*user_data*/) {
   return WIFI_ERROR_NOT_SUPPORTED;
-}
-
-int wifi_manager_ap_get_connection_mode(wifi_ap_h /*ap*/, wifi_manager_connection_mode_e* /*mode*/) {
-  return WIFI_MANAGER_ERROR_NOT_SUPPORTED;
 }

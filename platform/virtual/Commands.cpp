@@ -107,6 +107,9 @@ constexpr Word<VirtualTv::EventKind> kEventKinds[] = {
     {"address", VirtualTv::EventKind::kAddress},
     {"disconnect", VirtualTv::EventKind::kDisconnect},
     {"report", VirtualTv::EventKind::kReport},
+    {"channel-scan", VirtualTv::EventKind::kChannelScan},
+    {"wifi-state", VirtualTv::EventKind::kWifiState},
+    {"portal", VirtualTv::EventKind::kPortal},
 };
 
 void DoLatency(VirtualTv& tv, const Json::Value& request) {

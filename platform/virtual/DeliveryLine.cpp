@@ -13,7 +13,8 @@ void DeliveryLine::Send(std::function<void()> event) {
   if (!m_is_open) {
     return;
   }
-  m_events.push_back({g_get_monotonic_time() + m_latency_ms * kMicrosecondsPerMs, std::move(event)});
+  const std::int64_t way_ms = std::int64_t{m_latency_ms} + std::exchange(m_delay_ms, 0U);
+  m_events.push_back({g_get_monotonic_time() + way_ms * kMicrosecondsPerMs, std::move(event)});
   Arm();
 }
 

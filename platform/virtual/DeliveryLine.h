@@ -27,6 +27,9 @@ class DeliveryLine {
   void Close();
   void Open() { m_is_open = true; }
 
+  /// What is sent next takes so much longer, and what is sent after it waits for it.
+  void DelayNext(unsigned milliseconds) { m_delay_ms = milliseconds; }
+
   /// For what is sent from now on.
   void SetLatency(unsigned milliseconds) { m_latency_ms = milliseconds; }
   [[nodiscard]] unsigned LatencyMs() const { return m_latency_ms; }
@@ -43,5 +46,6 @@ class DeliveryLine {
   std::deque<Event> m_events;  // one that is due sooner than those before it waits for them
   guint m_timer = 0;           // runs to the front event's time
   unsigned m_latency_ms = kDefaultLatencyMs;
+  unsigned m_delay_ms = 0;  // of the next event, beside the latency
   bool m_is_open = true;
 };

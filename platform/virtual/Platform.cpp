@@ -24,7 +24,7 @@ int platform_start() {
   tv.GetCable().Line().Open();
   tv.GetTelephony().Line().Open();
   tv.GetInternet().Line().Open();
-  tv.GetWifi().Requests().Open();
+  tv.GetWifi().Open();
   if (const int no_watch = tv.GetSettingsApp().Watch(); no_watch != 0) {
     PLATFORM_LOG(DLOG_ERROR, "the settings application sees nothing: %s", g_strerror(no_watch));
   }
@@ -46,6 +46,6 @@ void platform_stop() {
   tv.GetCable().Line().Close();
   tv.GetTelephony().Line().Close();
   tv.GetInternet().Line().Close();
-  tv.GetWifi().Requests().Close();
+  tv.GetWifi().Close();
   tv.GetSettingsApp().Sleep();
 }

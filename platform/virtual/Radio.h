@@ -29,6 +29,7 @@ struct Radio {
   bool is_on = true;
   std::string ipv4 = "192.168.0.20";  ///< the TV's addresses there; empty: none
   std::string ipv6 = {};
+  std::string portal_url = {};  ///< the page that it shows in place of the internet; empty: none
 };
 
 /// A radio as the TV knew it at some moment. The name of a hidden one is empty when the TV did not know
@@ -44,4 +45,5 @@ struct SavedNetwork {
   std::string essid = {};
   wifi_security_type_e security = WIFI_SECURITY_TYPE_WPA2_PSK;
   std::string passphrase = {};
+  int frequency = 0;  ///< MHz, where the TV was connected to it last; 0: never
 };

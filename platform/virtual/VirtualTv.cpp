@@ -33,7 +33,7 @@ DeliveryLine& VirtualTv::LineOf(EventKind kind) {
     case EventKind::kReport:
       return m_internet.Line();
     case EventKind::kScan:
-      return m_wifi.Requests().ScanLine();
+      return m_wifi.Scans().ScanLine();
     case EventKind::kLook:
       return m_wifi.Requests().LookLine();
     case EventKind::kConnect:
@@ -42,12 +42,22 @@ DeliveryLine& VirtualTv::LineOf(EventKind kind) {
       return m_wifi.Requests().AddressLine();
     case EventKind::kDisconnect:
       return m_wifi.Requests().DisconnectLine();
+    case EventKind::kChannelScan:
+      return m_wifi.Scans().ChannelLine();
+    case EventKind::kWifiState:
+      return m_wifi.StateLine();
+    case EventKind::kPortal:
+      return m_wifi.Portal().Line();
   }
   std::abort();
 }
 
 void VirtualTv::SetLatency(EventKind kind, unsigned milliseconds) {
   LineOf(kind).SetLatency(milliseconds);
+}
+
+void VirtualTv::DelayNext(EventKind kind, unsigned milliseconds) {
+  LineOf(kind).DelayNext(milliseconds);
 }
 
 unsigned VirtualTv::LatencyMs(EventKind kind) {

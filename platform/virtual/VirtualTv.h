@@ -11,6 +11,7 @@
 #include "Cable.h"
 #include "Internet.h"
 #include "NetworkTypeKey.h"
+#include "Packages.h"
 #include "SettingsApp.h"
 #include "Telephony.h"
 #include "Wifi.h"
@@ -20,8 +21,8 @@
 /// that no order of static objects matters. Main-loop thread only, but for the record of calls and the
 /// failures, which any thread may meet.
 ///
-/// A new TV has no cable, no dongle, no telephony service, and the features of its key file (see
-/// SystemInfo). Events reach the program on the main loop, after the latency of their kind.
+/// A new TV has no cable, no dongle, no telephony service, no packages, and the features of its key file
+/// (see SystemInfo). Events reach the program on the main loop, after the latency of their kind.
 class VirtualTv {
  public:
   static VirtualTv& Instance();
@@ -46,17 +47,24 @@ class VirtualTv {
   void SetFeature(const std::string& name, const std::string& value);
 
   enum class EventKind {
-    kCable,       ///< from the plug to the callback
-    kDongle,      ///< from the socket to the callback
-    kReport,      ///< from what the check for the internet found to the callback
-    kScan,        ///< a look at all channels
-    kLook,        ///< a look at the one channel where an access point should be
-    kConnect,     ///< from asking an access point to its answer
-    kAddress,     ///< from its answer to an address
-    kDisconnect,  ///< from asking to leave to having left
+    kCable,        ///< from the plug to the callback
+    kDongle,       ///< from the socket to the callback
+    kReport,       ///< from what the check for the internet found to the callback
+    kScan,         ///< a look at all channels
+    kLook,         ///< a look at the one channel where an access point should be
+    kConnect,      ///< from asking an access point to its answer
+    kAddress,      ///< from its answer to an address
+    kDisconnect,   ///< from asking to leave to having left
+    kChannelScan,  ///< a scan of chosen channels, for each of them
+    kWifiState,    ///< from a change of Wi-Fi's connection to the callback
+    kPortal,       ///< from the question for a portal to its answer
   };
-  /// For the events from now on; 10 ms until it is set, and for Wi-Fi the latencies of WifiRequests.
+  /// For the events from now on; 10 ms until it is set, and for requests of Wi-Fi what WifiRequests,
+  /// WifiScans and WifiPortal name.
   void SetLatency(EventKind kind, unsigned milliseconds);
+  /// Lets the next event take so much longer, once; later ones of its kind wait for it. An access point
+  /// that answers late delays kConnect.
+  void DelayNext(EventKind kind, unsigned milliseconds);
   [[nodiscard]] unsigned LatencyMs(EventKind kind);
 
   static constexpr int kForGood = -1;
@@ -89,6 +97,11 @@ class VirtualTv {
   [[nodiscard]] Telephony& GetTelephony() { return m_telephony; }
   [[nodiscard]] Wifi& GetWifi() { return m_wifi; }
   [[nodiscard]] Internet& GetInternet() { return m_internet; }
+  [[nodiscard]] Packages& GetPackages() { return m_packages; }
+
+  /// Where the TV's sound goes; 0 until it is set.
+  void SetSpeakerSelection(int selection) { m_speaker_selection = selection; }
+  [[nodiscard]] int SpeakerSelection() const { return m_speaker_selection; }
 
   /// Called by each part of the TV when it has joined or left a network.
   void NetworkChanged() {
@@ -108,6 +121,8 @@ class VirtualTv {
   Internet m_internet{m_cable, m_wifi, m_telephony};
   NetworkTypeKey m_network_type;
   SettingsApp m_settings_app;
+  Packages m_packages;
+  int m_speaker_selection = 0;
   std::map<std::string, std::string> m_features;  // those that were set here, by whole key
 
   std::mutex m_calls_mutex;  // guards the two below

@@ -21,6 +21,13 @@ auto Find(Radios& radios, std::string_view bssid) {
                               [&](const Radio& radio) { return IsSameBssid(radio.bssid, bssid); });
 }
 
+template <class Networks>
+auto FindIn(Networks& networks, std::string_view essid, wifi_security_type_e security) {
+  return std::ranges::find_if(networks, [&](const SavedNetwork& network) {
+    return network.essid == essid && network.security == security;
+  });
+}
+
 bool IsBetterView(const AccessPoint& one, const AccessPoint& other) {
   if (one.is_connected != other.is_connected) {
     return one.is_connected;
@@ -75,10 +82,14 @@ Radio* Wifi::FindRadio(std::string_view bssid) {
 }
 
 void Wifi::Save(const SavedNetwork& network) {
-  std::erase_if(m_saved, [&](const SavedNetwork& saved) {
-    return saved.essid == network.essid && saved.security == network.security;
-  });
-  m_saved.push_back(network);
+  const auto saved = FindIn(m_saved, network.essid, network.security);
+  if (saved == m_saved.end()) {
+    m_saved.push_back(network);
+    return;
+  }
+  const int frequency = network.frequency != 0 ? network.frequency : saved->frequency;
+  *saved = network;
+  saved->frequency = frequency;
 }
 
 bool Wifi::Forget(std::string_view essid) {
@@ -86,9 +97,7 @@ bool Wifi::Forget(std::string_view essid) {
 }
 
 const SavedNetwork* Wifi::FindSaved(std::string_view essid, wifi_security_type_e security) const {
-  const auto saved = std::ranges::find_if(m_saved, [&](const SavedNetwork& network) {
-    return network.essid == essid && network.security == security;
-  });
+  const auto saved = FindIn(m_saved, essid, security);
   return saved == m_saved.end() ? nullptr : &*saved;
 }
 
@@ -98,14 +107,13 @@ bool Wifi::Join(std::string_view bssid) {
     return false;
   }
   Save({radio->essid, radio->security, radio->passphrase});
-  See(*radio);
-  Enter(WIFI_CONNECTION_STATE_CONNECTED, radio->bssid);
+  SetState(WIFI_CONNECTION_STATE_CONNECTED, *radio);
   return true;
 }
 
 void Wifi::Drop() {
   if (m_state == WIFI_CONNECTION_STATE_CONNECTED) {
-    Enter(WIFI_CONNECTION_STATE_DISCONNECTED);
+    Leave();
   }
 }
 
@@ -122,6 +130,37 @@ void Wifi::SeeAll() {
       seen.essid.clear();
     }
   }
+}
+
+void Wifi::SeeChannels(const std::set<int>& frequencies) {
+  const auto is_looked_at = [&](const Radio& radio) { return frequencies.contains(radio.frequency); };
+  const std::vector<Radio> before = m_seen;
+  std::erase_if(m_seen, is_looked_at);
+  for (const Radio& radio : m_radios) {
+    if (!radio.is_on || !is_looked_at(radio)) {
+      continue;
+    }
+    Radio heard = radio;
+    const auto known = Find(before, radio.bssid);
+    const bool is_named = !radio.is_hidden || IsSameBssid(radio.bssid, m_connected) ||
+                          (known != before.end() && known->essid == radio.essid);
+    if (!is_named) {
+      heard.essid.clear();
+    }
+    See(heard);
+  }
+}
+
+std::vector<AccessPoint> Wifi::SeeName(std::string_view essid) {
+  std::erase_if(m_seen, [&](const Radio& seen) { return seen.essid == essid; });
+  std::vector<AccessPoint> found;
+  for (const Radio& radio : m_radios) {
+    if (radio.is_on && radio.essid == essid) {
+      See(radio);
+      found.push_back(Describe(radio));
+    }
+  }
+  return found;
 }
 
 void Wifi::See(const Radio& radio) {
@@ -149,9 +188,13 @@ std::vector<AccessPoint> Wifi::Known() const {
 }
 
 std::vector<AccessPoint> Wifi::KnownNetworks() const {
+  return NetworksOf(Known());
+}
+
+std::vector<AccessPoint> Wifi::NetworksOf(const std::vector<AccessPoint>& radios) {
   std::vector<AccessPoint> networks;
   std::map<std::pair<std::string, wifi_security_type_e>, std::size_t> places;
-  for (const AccessPoint& ap : Known()) {
+  for (const AccessPoint& ap : radios) {
     const bool is_new = ap.radio.essid.empty() ||
                         places.try_emplace({ap.radio.essid, ap.radio.security}, networks.size()).second;
     if (is_new) {
@@ -181,8 +224,68 @@ std::optional<AccessPoint> Wifi::FindKnown(std::string_view bssid) const {
   return seen == m_seen.end() ? std::nullopt : std::optional(Describe(*seen));
 }
 
-void Wifi::Enter(wifi_connection_state_e state, const std::string& bssid) {
+void Wifi::Enter(wifi_connection_state_e state, const Radio& partner) {
+  const bool is_another = m_partner && !IsSameBssid(m_partner->bssid, partner.bssid);
+  if (is_another || m_state == WIFI_CONNECTION_STATE_CONNECTED) {
+    TellOfLeaving();
+  }
+  SetState(state, partner);
+  Tell(state, Describe(partner));
+}
+
+void Wifi::SetState(wifi_connection_state_e state, const Radio& partner) {
+  const Radio* const now = FindRadio(partner.bssid);
+  if (now != nullptr && now->is_on) {
+    See(partner);
+  }
+  m_partner = partner;
   m_state = state;
-  m_connected = bssid;
+  const bool is_connected = state == WIFI_CONNECTION_STATE_CONNECTED;
+  m_connected = is_connected ? partner.bssid : "";
+  const auto saved = FindIn(m_saved, partner.essid, partner.security);
+  if (is_connected && saved != m_saved.end()) {
+    saved->frequency = partner.frequency;
+  }
   VirtualTv::Instance().NetworkChanged();
+}
+
+void Wifi::Leave() {
+  if (!m_partner) {
+    return;
+  }
+  TellOfLeaving();
+  m_partner.reset();
+  m_state = WIFI_CONNECTION_STATE_DISCONNECTED;
+  m_connected.clear();
+  VirtualTv::Instance().NetworkChanged();
+}
+
+void Wifi::TellOfLeaving() {
+  const Radio* const now = FindRadio(m_partner->bssid);
+  const Radio& radio = now != nullptr ? *now : *m_partner;
+  const bool is_saved = FindSaved(radio.essid, radio.security) != nullptr;
+  Tell(WIFI_CONNECTION_STATE_DISCONNECTED, {radio, is_saved, false});
+}
+
+void Wifi::Tell(wifi_connection_state_e state, const AccessPoint& ap) {
+  m_state_line.Send([this, state, ap, event = m_state_callbacks.NewEvent()] {
+    const BorrowedAp handle(m_handles, ap);
+    m_state_callbacks.Deliver(event, [&](wifi_connection_state_changed_cb callback, void* user_data) {
+      callback(state, handle.Get(), user_data);
+    });
+  });
+}
+
+void Wifi::Open() {
+  m_state_line.Open();
+  m_scans.Open();
+  m_requests.Open();
+  m_portal.Open();
+}
+
+void Wifi::Close() {
+  m_state_line.Close();
+  m_scans.Close();
+  m_requests.Close();
+  m_portal.Close();
 }

@@ -1,3 +1,5 @@
+#include "WifiFunctions.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -6,9 +8,8 @@
 #include "VirtualTv.h"
 #include "call_guarded.h"
 #include "wifi.h"
-#include "wifi_manager.h"
 
-namespace {
+namespace wifi_functions {
 
 Wifi& TheWifi() {
   return VirtualTv::Instance().GetWifi();
@@ -18,43 +19,8 @@ AccessPoint* Find(wifi_ap_h ap) {
   return TheWifi().Handles().Find(ap);
 }
 
-/// A handle in the record of calls.
 const char* NameOf(const AccessPoint* ap) {
   return ap == nullptr ? nullptr : ap->radio.bssid.c_str();
-}
-
-/// A handle that lives as long as the callback that it is handed to.
-class BorrowedHandle {
- public:
-  explicit BorrowedHandle(const AccessPoint& ap) : m_handle(TheWifi().Handles().Add(ap)) {}
-  ~BorrowedHandle() { TheWifi().Handles().Remove(m_handle); }
-  BorrowedHandle(const BorrowedHandle&) = delete;
-  BorrowedHandle& operator=(const BorrowedHandle&) = delete;
-  [[nodiscard]] wifi_ap_h Get() const { return m_handle; }
-
- private:
-  wifi_ap_h m_handle;
-};
-
-/// What every function asks before it looks at its arguments' worth.
-int Check(bool arguments_are_given) {
-  if (!arguments_are_given) {
-    return WIFI_ERROR_INVALID_PARAMETER;
-  }
-  return TheWifi().IsInitialized() ? WIFI_ERROR_NONE : WIFI_ERROR_INVALID_OPERATION;
-}
-
-/// @param read  (const AccessPoint&, Out&) -> whether the property is known; writes only then
-template <class Out, class Read>
-int ReadProperty(const char* function, wifi_ap_h handle, Out* out, Read read) {
-  const AccessPoint* const ap = Find(handle);
-  if (const auto refusal = call_gate::Refusal(function, NameOf(ap))) {
-    return *refusal;
-  }
-  if (ap == nullptr || out == nullptr) {
-    return WIFI_ERROR_INVALID_PARAMETER;
-  }
-  return read(*ap, *out) ? WIFI_ERROR_NONE : WIFI_ERROR_OPERATION_FAILED;
 }
 
 bool ReadText(const std::string& text, char*& out) {
@@ -68,6 +34,27 @@ bool ReadPositive(int number, int& out) {
   }
   out = number;
   return true;
+}
+
+}  // namespace wifi_functions
+
+using namespace wifi_functions;
+
+namespace {
+
+/// What every function asks before it looks at its arguments' worth.
+int Check(bool arguments_are_given) {
+  if (!arguments_are_given) {
+    return WIFI_ERROR_INVALID_PARAMETER;
+  }
+  return TheWifi().IsInitialized() ? WIFI_ERROR_NONE : WIFI_ERROR_INVALID_OPERATION;
+}
+
+/// How the program's callback hears of the end of its request.
+auto Answer(wifi_finished_cb callback, void* user_data) {
+  return [callback, user_data](int result) {
+    CallGuarded([&] { callback(static_cast<wifi_error_e>(result), user_data); });
+  };
 }
 
 }  // namespace
@@ -90,6 +77,30 @@ int wifi_get_connection_state(wifi_connection_state_e* state) {
     return error;
   }
   *state = wifi.State();
+  return WIFI_ERROR_NONE;
+}
+
+int wifi_set_connection_state_changed_cb(wifi_connection_state_changed_cb callback, void* user_data) {
+  Wifi& wifi = TheWifi();
+  if (const auto refusal = call_gate::Refusal("wifi_set_connection_state_changed_cb")) {
+    return *refusal;
+  }
+  if (const int error = Check(callback != nullptr)) {
+    return error;
+  }
+  wifi.StateCallbacks().Set(nullptr, callback, user_data);
+  return WIFI_ERROR_NONE;
+}
+
+int wifi_unset_connection_state_changed_cb() {
+  Wifi& wifi = TheWifi();
+  if (const auto refusal = call_gate::Refusal("wifi_unset_connection_state_changed_cb")) {
+    return *refusal;
+  }
+  if (const int error = Check(true)) {
+    return error;
+  }
+  wifi.StateCallbacks().Remove(nullptr);
   return WIFI_ERROR_NONE;
 }
 
@@ -205,21 +216,14 @@ int wifi_get_snr(int* snr) {
 }
 
 int wifi_foreach_found_aps(wifi_found_ap_cb callback, void* user_data) {
-  const Wifi& wifi = TheWifi();
+  Wifi& wifi = TheWifi();
   if (const auto refusal = call_gate::Refusal("wifi_foreach_found_aps")) {
     return *refusal;
   }
   if (const int error = Check(callback != nullptr)) {
     return error;
   }
-  for (const AccessPoint& ap : wifi.KnownNetworks()) {
-    const BorrowedHandle handle(ap);
-    bool goes_on = false;
-    CallGuarded([&] { goes_on = callback(handle.Get(), user_data); });
-    if (!goes_on) {
-      break;
-    }
-  }
+  Walk(wifi.Handles(), wifi.KnownNetworks(), callback, user_data);
   return WIFI_ERROR_NONE;
 }
 
@@ -271,7 +275,7 @@ int wifi_scan(wifi_finished_cb callback, void* user_data) {
   if (const int error = Check(callback != nullptr)) {
     return error;
   }
-  return wifi.Requests().Scan({callback, user_data});
+  return wifi.Scans().ScanAll(Answer(callback, user_data));
 }
 
 int wifi_connect_target(const wifi_target_s* target, wifi_finished_cb callback, void* user_data) {
@@ -285,7 +289,7 @@ int wifi_connect_target(const wifi_target_s* target, wifi_finished_cb callback, 
   if (const int error = Check(has_name && named.frequency >= 0 && callback != nullptr)) {
     return error;
   }
-  return wifi.Requests().Connect(WifiTarget(named), {callback, user_data});
+  return wifi.Requests().Connect(WifiTarget(named), Answer(callback, user_data));
 }
 
 int wifi_disconnect(wifi_ap_h handle, wifi_finished_cb callback, void* user_data) {
@@ -297,17 +301,5 @@ int wifi_disconnect(wifi_ap_h handle, wifi_finished_cb callback, void* user_data
   if (const int error = Check(ap != nullptr && callback != nullptr)) {
     return error;
   }
-  return wifi.Requests().Disconnect(*ap, {callback, user_data});
-}
-
-int wifi_manager_ap_get_connection_mode(wifi_ap_h ap, wifi_manager_connection_mode_e* mode) {
-  const AccessPoint* const known = Find(ap);
-  if (const auto refusal = call_gate::Refusal("wifi_manager_ap_get_connection_mode", NameOf(known))) {
-    return *refusal;
-  }
-  if (known == nullptr || mode == nullptr) {
-    return WIFI_MANAGER_ERROR_INVALID_PARAMETER;
-  }
-  *mode = known->radio.mode;
-  return WIFI_MANAGER_ERROR_NONE;
+  return wifi.Requests().Disconnect(*ap, Answer(callback, user_data));
 }

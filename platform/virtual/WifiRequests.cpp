@@ -3,15 +3,6 @@
 #include <algorithm>
 
 #include "Wifi.h"
-#include "call_guarded.h"
-
-namespace {
-
-void Tell(const WifiRequests::Answer& answer, wifi_error_e result) {
-  CallGuarded([&] { answer.callback(result, answer.user_data); });
-}
-
-}  // namespace
 
 WifiTarget::WifiTarget(const wifi_target_s& target)
     : essid(target.essid),
@@ -28,7 +19,6 @@ bool WifiTarget::IsMetBy(const Radio& radio) const {
 
 WifiRequests::WifiRequests(Wifi& wifi) : m_wifi(wifi) {
   m_answers_line.SetLatency(0);
-  m_scan_line.SetLatency(kScanMs);
   m_look_line.SetLatency(kLookMs);
   m_connect_line.SetLatency(kConnectMs);
   m_address_line.SetLatency(kAddressMs);
@@ -37,40 +27,22 @@ WifiRequests::WifiRequests(Wifi& wifi) : m_wifi(wifi) {
 
 void WifiRequests::Open() {
   m_is_open = true;
-  for (DeliveryLine* line : {&m_answers_line, &m_scan_line, &m_look_line, &m_connect_line,
-                             &m_address_line, &m_disconnect_line}) {
+  for (DeliveryLine* line :
+       {&m_answers_line, &m_look_line, &m_connect_line, &m_address_line, &m_disconnect_line}) {
     line->Open();
   }
 }
 
 void WifiRequests::Close() {
   m_is_open = false;
-  for (DeliveryLine* line : {&m_answers_line, &m_scan_line, &m_look_line, &m_connect_line,
-                             &m_address_line, &m_disconnect_line}) {
+  for (DeliveryLine* line :
+       {&m_answers_line, &m_look_line, &m_connect_line, &m_address_line, &m_disconnect_line}) {
     line->Close();
   }
-  m_scan.reset();
   m_answer.reset();
   if (m_wifi.State() != WIFI_CONNECTION_STATE_CONNECTED) {
-    m_wifi.Enter(WIFI_CONNECTION_STATE_DISCONNECTED);
+    m_wifi.Leave();
   }
-}
-
-wifi_error_e WifiRequests::Scan(const Answer& answer) {
-  if (!m_is_open) {
-    return WIFI_ERROR_OPERATION_FAILED;
-  }
-  if (m_scan) {
-    return WIFI_ERROR_NOW_IN_PROGRESS;
-  }
-  m_scan = answer;
-  m_scan_line.Send([this] {
-    const Answer finished = *m_scan;
-    m_scan.reset();
-    m_wifi.SeeAll();
-    Tell(finished, WIFI_ERROR_NONE);
-  });
-  return WIFI_ERROR_NONE;
 }
 
 wifi_error_e WifiRequests::Connect(const WifiTarget& target, const Answer& answer) {
@@ -84,6 +56,15 @@ wifi_error_e WifiRequests::Connect(const WifiTarget& target, const Answer& answe
   }
   Begin(answer, &WifiRequests::BeginLook);
   m_target = target;
+  return WIFI_ERROR_NONE;
+}
+
+wifi_error_e WifiRequests::ConnectToNetwork(const AccessPoint& ap, const Answer& answer) {
+  if (!m_is_open) {
+    return WIFI_ERROR_OPERATION_FAILED;
+  }
+  Begin(answer, &WifiRequests::BeginWithoutLook);
+  m_network = ap;
   return WIFI_ERROR_NONE;
 }
 
@@ -115,14 +96,14 @@ void WifiRequests::Then(DeliveryLine& line, Step next) {
   });
 }
 
-void WifiRequests::End(wifi_error_e result) {
+void WifiRequests::End(int result) {
   const Answer finished = *m_answer;
   m_answer.reset();
-  Tell(finished, result);
+  finished(result);
 }
 
-void WifiRequests::Fail(wifi_error_e result) {
-  m_wifi.Enter(WIFI_CONNECTION_STATE_DISCONNECTED);
+void WifiRequests::Fail(int result) {
+  m_wifi.Leave();
   End(result);
 }
 
@@ -134,10 +115,25 @@ void WifiRequests::Abort() {
     line->Clear();
   }
   if (m_wifi.State() != WIFI_CONNECTION_STATE_CONNECTED) {
-    m_wifi.Enter(WIFI_CONNECTION_STATE_DISCONNECTED);
+    m_wifi.Leave();
   }
-  m_answers_line.Send([aborted = *m_answer] { Tell(aborted, WIFI_ERROR_OPERATION_ABORTED); });
+  m_answers_line.Send([aborted = *m_answer] { aborted(WIFI_ERROR_OPERATION_ABORTED); });
   m_answer.reset();
+}
+
+void WifiRequests::BeginWithoutLook() {
+  const auto radios = m_wifi.KnownRadiosOf(*m_network);
+  if (std::ranges::any_of(radios, &AccessPoint::is_connected)) {
+    const int failure = m_wifi.Failures().Take(WifiRequest::kConnect);
+    End(failure != 0 ? failure : WIFI_ERROR_ALREADY_EXISTS);
+    return;
+  }
+  const auto strongest =
+      std::ranges::max_element(radios, {}, [](const AccessPoint& ap) { return ap.radio.rssi; });
+  const Radio radio = (strongest == radios.end() ? *m_network : *strongest).radio;
+  m_target =
+      WifiTarget({radio.essid.c_str(), radio.bssid.c_str(), radio.frequency, radio.security, nullptr});
+  Associate(radio);
 }
 
 void WifiRequests::BeginLook() {
@@ -148,7 +144,7 @@ void WifiRequests::BeginLook() {
   if (is_place_known) {
     Then(m_look_line, &WifiRequests::EndLookAtKnownChannels);
   } else {
-    Then(m_scan_line, &WifiRequests::EndLookAtAllChannels);
+    Then(m_wifi.Scans().ScanLine(), &WifiRequests::EndLookAtAllChannels);
   }
 }
 
@@ -156,7 +152,7 @@ void WifiRequests::EndLookAtKnownChannels() {
   if (const Radio* const radio = StrongestOnAir(false)) {
     Associate(*radio);
   } else if (m_target->frequency == 0) {
-    Then(m_scan_line, &WifiRequests::EndLookAtAllChannels);
+    Then(m_wifi.Scans().ScanLine(), &WifiRequests::EndLookAtAllChannels);
   } else {
     End(WIFI_ERROR_NOT_FOUND);
   }
@@ -195,8 +191,7 @@ const Radio* WifiRequests::StrongestOnAir(bool on_all_channels) const {
 
 void WifiRequests::Associate(const Radio& radio) {
   m_partner = radio.bssid;
-  m_wifi.See(radio);
-  m_wifi.Enter(WIFI_CONNECTION_STATE_ASSOCIATION);
+  m_wifi.Enter(WIFI_CONNECTION_STATE_ASSOCIATION, radio);
   Then(m_connect_line, &WifiRequests::EndAssociation);
 }
 
@@ -218,6 +213,10 @@ bool WifiRequests::HasKeyOf(const Radio& radio) const {
 }
 
 void WifiRequests::EndAssociation() {
+  if (const int failure = m_wifi.Failures().Take(WifiRequest::kConnect)) {
+    Fail(failure);
+    return;
+  }
   const Radio* const radio = Partner();
   if (radio == nullptr) {
     Fail(WIFI_ERROR_NO_REPLY);
@@ -238,7 +237,7 @@ void WifiRequests::EndAssociation() {
     Fail(WIFI_ERROR_INVALID_KEY);
     return;
   }
-  m_wifi.Enter(WIFI_CONNECTION_STATE_CONFIGURATION);
+  m_wifi.Enter(WIFI_CONNECTION_STATE_CONFIGURATION, *radio);
   Then(m_address_line, &WifiRequests::EndWaitForAddress);
 }
 
@@ -256,10 +255,9 @@ void WifiRequests::EndWaitForAddress() {
   if (m_target->passphrase && radio->security != WIFI_SECURITY_TYPE_NONE) {
     m_wifi.Save({radio->essid, radio->security, *m_target->passphrase});
   }
-  m_wifi.See(*radio);
-  m_wifi.Enter(WIFI_CONNECTION_STATE_CONNECTED, radio->bssid);
+  m_wifi.Enter(WIFI_CONNECTION_STATE_CONNECTED, *radio);
   if (radio->temper == Radio::Temper::kAnswersTwice) {
-    m_answers_line.Send([again = *m_answer] { Tell(again, WIFI_ERROR_NONE); });
+    m_answers_line.Send([again = *m_answer] { again(WIFI_ERROR_NONE); });
   }
   End(WIFI_ERROR_NONE);
 }
@@ -269,6 +267,10 @@ void WifiRequests::BeginDisconnection() {
 }
 
 void WifiRequests::EndDisconnection() {
+  if (const int failure = m_wifi.Failures().Take(WifiRequest::kDisconnect)) {
+    End(failure);
+    return;
+  }
   m_wifi.Drop();
   End(WIFI_ERROR_NONE);
 }

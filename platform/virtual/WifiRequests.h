@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -22,9 +23,8 @@ struct WifiTarget {
   std::optional<std::string> passphrase;
 };
 
-/// What the program under the TV has asked of Wi-Fi, until it is answered: at most one scan, and at most
-/// one request to connect or to disconnect. The next of these ends the one before. Owned by Wifi;
-/// main-loop thread only.
+/// The request to connect or to disconnect that the program under the TV has made, until it is answered.
+/// The next of these ends the one before. Owned by Wifi; main-loop thread only.
 ///
 ///     connect: look --> associate --> get an address --> connected
 ///                |          |               |
@@ -35,31 +35,29 @@ struct WifiTarget {
 ///                        (connected to nothing)
 class WifiRequests {
  public:
-  static constexpr unsigned kScanMs = 2000;
   static constexpr unsigned kLookMs = 100;
   static constexpr unsigned kConnectMs = 700;
   static constexpr unsigned kAddressMs = 300;
   static constexpr unsigned kDisconnectMs = 100;
 
-  struct Answer {
-    wifi_finished_cb callback;
-    void* user_data;
-  };
+  /// @param result  an error of the Wi-Fi interface, or what Wifi::FailNext() was told
+  using Answer = std::function<void(int result)>;
 
   /// @param wifi  the owner
   explicit WifiRequests(Wifi& wifi);
 
   /// Each returns the code that the platform function answers with; the answer comes only after
   /// WIFI_ERROR_NONE.
-  wifi_error_e Scan(const Answer& answer);
   wifi_error_e Connect(const WifiTarget& target, const Answer& answer);
+  /// Connects by the strongest radio of the network that the TV knows, with the saved passphrase. Being
+  /// connected to the network is answered WIFI_ERROR_ALREADY_EXISTS.
+  wifi_error_e ConnectToNetwork(const AccessPoint& ap, const Answer& answer);
   wifi_error_e Disconnect(const AccessPoint& ap, const Answer& answer);
 
   /// While it is closed no request is taken, and what was under way is never answered.
   void Open();
   void Close();
 
-  [[nodiscard]] DeliveryLine& ScanLine() { return m_scan_line; }
   [[nodiscard]] DeliveryLine& LookLine() { return m_look_line; }
   [[nodiscard]] DeliveryLine& ConnectLine() { return m_connect_line; }
   [[nodiscard]] DeliveryLine& AddressLine() { return m_address_line; }
@@ -70,10 +68,11 @@ class WifiRequests {
 
   void Begin(const Answer& answer, Step first);
   void Then(DeliveryLine& line, Step next);
-  void End(wifi_error_e result);
-  void Fail(wifi_error_e result);
+  void End(int result);
+  void Fail(int result);
   void Abort();
 
+  void BeginWithoutLook();
   void BeginLook();
   void EndLookAtKnownChannels();
   void EndLookAtAllChannels();
@@ -90,13 +89,12 @@ class WifiRequests {
 
   Wifi& m_wifi;
   bool m_is_open = true;
-  std::optional<Answer> m_scan;        // while one runs
-  std::optional<Answer> m_answer;      // while a request to connect or to disconnect runs
-  std::uint64_t m_number = 0;          // of the last such request; steps of older ones do nothing
-  std::optional<WifiTarget> m_target;  // of a request to connect
-  std::string m_partner;               // the radio that the TV talks to
+  std::optional<Answer> m_answer;        // while a request runs
+  std::uint64_t m_number = 0;            // of the last such request; steps of older ones do nothing
+  std::optional<WifiTarget> m_target;    // of a request to connect
+  std::optional<AccessPoint> m_network;  // of one for a network
+  std::string m_partner;                 // the radio that the TV talks to
   DeliveryLine m_answers_line;  // requests begin on the line that the end of older ones is told on
-  DeliveryLine m_scan_line;
   DeliveryLine m_look_line;
   DeliveryLine m_connect_line;
   DeliveryLine m_address_line;
