@@ -240,11 +240,11 @@ TEST_F(VirtualWifi, EveryFunctionCanBeToldToFailAndDoesNothingThen) {
   bool favorite = false;
   auto state = WIFI_CONNECTION_STATE_FAILURE;
   auto security = WIFI_SECURITY_TYPE_EAP;
-  auto mode = WIFI_MANAGER_CONNECTION_MODE_80211B;
   wifi_ap_h other = nullptr;
   const auto no_ap = [](wifi_ap_h, void*) { return ADD_FAILURE(), true; };
   const auto no_radio = [](const char*, int, int, void*) { return ADD_FAILURE(), true; };
   const auto no_config = [](wifi_config_h, void*) { return ADD_FAILURE(), true; };
+  const auto no_state = [](wifi_connection_state_e, wifi_ap_h, void*) { ADD_FAILURE(); };
   const wifi_target_s target = To(kHigh);
   const std::map<std::string_view, std::function<int()>> calls = {
       {"wifi_ap_destroy", [&] { return wifi_ap_destroy(ap); }},
@@ -268,13 +268,17 @@ TEST_F(VirtualWifi, EveryFunctionCanBeToldToFailAndDoesNothingThen) {
       {"wifi_get_connection_state", [&] { return wifi_get_connection_state(&state); }},
       {"wifi_get_snr", [&] { return wifi_get_snr(&number); }},
       {"wifi_initialize", [&] { return wifi_initialize(); }},
-      {"wifi_manager_ap_get_connection_mode",
-       [&] { return wifi_manager_ap_get_connection_mode(ap, &mode); }},
       {"wifi_scan", [&] { return wifi_scan(Record, &m_answers); }},
+      {"wifi_set_connection_state_changed_cb",
+       [&] { return wifi_set_connection_state_changed_cb(no_state, nullptr); }},
+      {"wifi_unset_connection_state_changed_cb",
+       [&] { return wifi_unset_connection_state_changed_cb(); }},
   };
   std::size_t listed = 0;
   for (const std::string_view function : kPlatformFunctions) {
-    if (!function.starts_with("wifi_")) {
+    const bool is_of_manager =
+        function.starts_with("wifi_manager_") || function == "wifi_ap_is_captive_portal_network";
+    if (!function.starts_with("wifi_") || is_of_manager) {
       continue;
     }
     ++listed;
@@ -286,12 +290,13 @@ TEST_F(VirtualWifi, EveryFunctionCanBeToldToFailAndDoesNothingThen) {
   RunLoopFor(milliseconds(5000));
   EXPECT_EQ(m_answers, Answers{});
   EXPECT_EQ(m_wifi.ConnectedBssid(), kLow);
+  m_wifi.Drop();  // is told to nobody: the callback was refused
+  RunLoopFor(milliseconds(5000));
   EXPECT_EQ(number, 7);
   EXPECT_EQ(text, nullptr);
   EXPECT_FALSE(favorite);
   EXPECT_EQ(state, WIFI_CONNECTION_STATE_FAILURE);
   EXPECT_EQ(security, WIFI_SECURITY_TYPE_EAP);
-  EXPECT_EQ(mode, WIFI_MANAGER_CONNECTION_MODE_80211B);
   EXPECT_EQ(other, nullptr);
   EXPECT_EQ(wifi_ap_destroy(ap), WIFI_ERROR_NONE);
 }
