@@ -2,7 +2,6 @@
 
 #include <memory>
 #include <string>
-#include <string_view>
 
 #include "MWHandler.h"
 #include "Scan.h"
@@ -11,11 +10,6 @@
 /// The data fields of KPI descriptions. Each measures one value when it is asked and returns it as
 /// "key=value". None ever fails: a value that cannot be read has a fixed text in its place, so every
 /// description has all keys of its event. No field keeps anything. Main-loop thread only.
-
-/// The vendor's half of a hardware address: "AA-BB-CC" of "AA:BB:CC:DD:EE:FF". The other half would tell
-/// one household from another, and never gets into a record.
-/// @return "ff-ff-ff" for what is too short to have one
-std::string GetMacPrefix(std::string_view mac);
 
 /// A constant field.
 class DummyValue {

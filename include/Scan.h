@@ -29,7 +29,7 @@ class WifiWPSScan {
   bool IsDualBandCached(void* ap);
 
   /// @return "AA:BB:CC:DD:EE:FF", empty when it cannot be read
-  std::string GetBSSID(void* ap);
+  static std::string GetBSSID(void* ap);
 
   void Destroy() {}
 

@@ -49,16 +49,6 @@ std::string PairList(const std::string& key, const std::string& first, const std
 
 }  // namespace
 
-std::string GetMacPrefix(std::string_view mac) {
-  constexpr std::string_view kOctets = "AA:BB:CC";
-  if (mac.size() < kOctets.size()) {
-    return "ff-ff-ff";
-  }
-  std::string prefix(mac.substr(0, 2));
-  prefix.append("-").append(mac.substr(3, 2)).append("-").append(mac.substr(6, 2));
-  return prefix;
-}
-
 std::string CDiffMacEV001::GetResult(WifiWPSScan& scan) {
   return "diffmac=" + std::to_string(scan.GetDiffMac());
 }

@@ -2,8 +2,11 @@
 
 #include <cstring>
 #include <sstream>
+#include <string_view>
+#include <utility>
 
 #include "Log.h"
+#include "MacPrefix.h"
 #include "NW_Common.h"
 #include "NewKPI2017.h"
 #include "setwell/NetworkUtil.h"
@@ -12,12 +15,9 @@
 
 namespace {
 
-/// @return null when it is not known
-HeapString ReadBSSID(wifi_ap_h ap) {
-  char* bssid = nullptr;
-  const bool is_read = ap != nullptr && wifi_ap_get_bssid(ap, &bssid) == WIFI_ERROR_NONE;
-  HeapString owned(bssid);
-  return is_read ? std::move(owned) : nullptr;
+/// @return empty when it is not known
+std::string ReadBSSID(const MWHandler& mw) {
+  return mw.GetAP() != nullptr ? WifiWPSScan::GetBSSID(mw.GetAP()) : "";
 }
 
 /// @return null when there is none
@@ -62,8 +62,7 @@ bool CountConfiguration(wifi_config_h /*config*/, void* count) {
 }  // namespace
 
 std::string CWifiMac::GetResult(MWHandler& mw) {
-  const HeapString bssid = ReadBSSID(mw.GetAP());
-  return "mac=" + GetMacPrefix(bssid != nullptr ? bssid.get() : "");
+  return "mac=" + GetMacPrefix(ReadBSSID(mw));
 }
 
 std::string SecurityType::GetResult(MWHandler& mw) {
@@ -185,13 +184,13 @@ std::string CMultiProfile::GetResult(MWHandler& mw) {
     NW_LOG("Saved mac address is wrong");
     return kAnother;
   }
-  const HeapString current = ReadBSSID(mw.GetAP());
-  if (current == nullptr) {
+  const std::string current = ReadBSSID(mw);
+  if (current.empty()) {
     return kAnother;
   }
   int diff = 0;
-  const bool is_same_router = Setwell::NetworkUtil::IsDualBand(saved.get(), current.get(), diff);
-  vconf_set_str(vconf_keys::kConnectedApBssid, current.get());
+  const bool is_same_router = Setwell::NetworkUtil::IsDualBand(saved.get(), current, diff);
+  vconf_set_str(vconf_keys::kConnectedApBssid, current.c_str());
   if (!is_same_router) {
     return kAnother;
   }

@@ -1,5 +1,7 @@
 #include "Scan.h"
 
+#include <utility>
+
 #include "CacheDualBandStatus.h"
 #include "Log.h"
 #include "NW_Common.h"

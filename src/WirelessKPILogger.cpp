@@ -1,25 +1,14 @@
 #include "WirelessKPILogger.h"
 
 #include <sstream>
-#include <string_view>
 
 #include "Log.h"
+#include "MacPrefix.h"
 
 namespace {
 
 constexpr char kWirelessService[] = "21_wireless";
 constexpr unsigned long kNoEpochTime = 100;  // shows in the log that the caller gave none
-
-/// The vendor's half of a hardware address; the other would tell one household from another.
-std::string VendorOf(std::string_view mac) {
-  constexpr std::size_t kVendorLength = 8;
-  if (mac.size() < kVendorLength) {
-    return "ff-ff-ff";
-  }
-  std::ostringstream vendor;
-  vendor << mac.substr(0, 2) << "-" << mac.substr(3, 2) << "-" << mac.substr(6, 2);
-  return vendor.str();
-}
 
 std::string InBraces(const std::string& desc) {
   std::ostringstream text;
@@ -83,7 +72,7 @@ std::string CWirelessKPILogger::GetEventDescInfoAP(const char* mac, int freq, co
   }
   NW_LOG("ENTRY");
   std::ostringstream text;
-  text << "{mac=" << VendorOf(mac) << ";freq=" << freq << ";prot=" << prot << ";bw=" << bw
+  text << "{mac=" << GetMacPrefix(mac) << ";freq=" << freq << ";prot=" << prot << ";bw=" << bw
        << ";num=" << num << ";slist=" << slist << ";" << rest << "}";
   NW_LOG("EXIT");
   return text.str();

@@ -11,6 +11,7 @@
 
 #include "C5GhzSwitchHandler.h"
 #include "KpiRoom.h"
+#include "MacPrefix.h"
 #include "TestLog.h"
 #include "WifiOnOffInfo.h"
 
