@@ -64,6 +64,27 @@ TEST_F(NetworkLibrary, KnowsNoNetworkWhileThePlatformDoesNotSay) {
   EXPECT_EQ(CallsOf("connection_profile_get_type"), CallsOf("connection_profile_destroy"));
 }
 
+TEST_F(NetworkLibrary, TellsWhetherThereIsAGateway) {
+  EXPECT_FALSE(NetworkUtil::IsGateWayConnected());
+  Join();
+  EXPECT_TRUE(NetworkUtil::IsGateWayConnected());
+  m_tv.GetInternet().SetGateway(false);
+  EXPECT_FALSE(NetworkUtil::IsGateWayConnected());
+  m_tv.GetInternet().SetGateway(true);
+  EXPECT_TRUE(NetworkUtil::IsGateWayConnected());
+  EXPECT_EQ(CallsOf("connection_create"), 0U);
+}
+
+TEST_F(NetworkLibrary, KnowsNoGatewayWhileThePlatformDoesNotSay) {
+  Join();
+  m_tv.Fail("connection_profile_check_default_gateway", CONNECTION_ERROR_OPERATION_FAILED, 1);
+  EXPECT_FALSE(NetworkUtil::IsGateWayConnected());
+  EXPECT_TRUE(NetworkUtil::IsGateWayConnected());
+  m_tv.Fail("connection_profile_check_default_gateway", CONNECTION_ERROR_OPERATION_FAILED);
+  EXPECT_FALSE(NetworkUtil::IsGateWayConnected());
+  EXPECT_FALSE(NetworkUtil::IsGateWayConnected());
+}
+
 TEST_F(NetworkLibrary, OpensTheConnectionInterfaceOnceUntilItIsClosed) {
   NetworkUtil::InitializeNetworkLib();
   NetworkUtil::InitializeNetworkLib();

@@ -67,6 +67,11 @@ eNetworkType NetworkUtil::GetNetworkType() {
   return NETWORK_TYPE_NONE;
 }
 
+bool NetworkUtil::IsGateWayConnected() {
+  bool has_gateway = false;
+  return connection_profile_check_default_gateway(&has_gateway) == CONNECTION_ERROR_NONE && has_gateway;
+}
+
 wifi_security_type_e NetworkUtil::convert_security_type_enum(int type) {
   switch (type) {
     case SECURITY_OPEN:
