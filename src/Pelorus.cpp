@@ -8,6 +8,8 @@
 #include "NW_CellularPopup.h"
 #include "NW_Common.h"
 #include "NW_LanPopup.h"
+#include "SavedAPConnectionHandler.h"
+#include "SavedNetworkPriorityHandler.h"
 #include "call_guarded.h"
 #include "platform.h"
 #include "vconf.h"
@@ -33,8 +35,14 @@ void ResetNetworkAppStatus() {
 }
 
 constexpr Step kStartSteps[] = {
-    [] { GetPOCInstance()->Init(); },    [] { registerEvent(); }, registerCellularEvents,
-    [] { registerPowerCallback(true); }, register_NSLaunchVconf,  ResetNetworkAppStatus,
+    [] { GetPOCInstance()->Init(); },
+    [] { SavedAPConnHander::GetInstance()->RegisterVconf(); },
+    [] { SavedAPPriorityHandler::GetInstance()->RegisterWifiEvents(); },
+    [] { registerEvent(); },
+    registerCellularEvents,
+    [] { registerPowerCallback(true); },
+    register_NSLaunchVconf,
+    ResetNetworkAppStatus,
 };
 
 /// Not the reverse of the start.
