@@ -38,3 +38,10 @@ void registerPowerCallback(bool bRegister);
 /// @return false when `path` is no directory, true otherwise, also when something in it could not be
 ///         removed
 bool RemoveCertificateDir(const char* path);
+
+/// Starts and stops the log of Wi-Fi connections (see WirelessLog).
+void registerWifiEvents();
+void deRegisterWifiEvents();
+
+/// The TV is on again: reports the Wi-Fi connection that it woke up with.
+void WakeupOnInstantON();

@@ -46,6 +46,7 @@ void __tvInstantOffON(keynode_t* /*node*/, void* /*user_data*/) {
   if (state == "instant_on") {
     __IgnoreObj.is_instantoff = false;
     __Start_PopupIgnore_Timer(kInstantOnWindowSeconds);
+    WakeupOnInstantON();
   } else if (state == "instant_off") {
     __IgnoreObj.is_instantoff = true;
   }

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "Log.h"
+#include "NetworkWirelessLog.h"
 #include "NotiProxy.h"
 #include "StaticObjects.h"
 #include "vconf.h"
@@ -126,4 +127,17 @@ bool RemoveCertificateDir(const char* path) {
   NW_LOG("Folder exist");
   nftw(path, unlink_cb, kWalkDescriptors, FTW_DEPTH | FTW_PHYS);
   return true;
+}
+
+void registerWifiEvents() {
+  CNetworkWirelessLogSingleton<WirelessLog>::Get()->RegisterWifiEvents();
+}
+
+void deRegisterWifiEvents() {
+  CNetworkWirelessLogSingleton<WirelessLog>::Get()->DeRegisterWifiEvents();
+  CNetworkWirelessLogSingleton<WirelessLog>::Destroy();
+}
+
+void WakeupOnInstantON() {
+  CNetworkWirelessLogSingleton<WirelessLog>::Get()->SendKPIAutoConnectAP();
 }

@@ -40,6 +40,7 @@ constexpr Step kStartSteps[] = {
     [] { SavedAPPriorityHandler::GetInstance()->RegisterWifiEvents(); },
     [] { registerEvent(); },
     registerCellularEvents,
+    registerWifiEvents,
     [] { registerPowerCallback(true); },
     register_NSLaunchVconf,
     ResetNetworkAppStatus,
@@ -47,11 +48,9 @@ constexpr Step kStartSteps[] = {
 
 /// Not the reverse of the start.
 constexpr Step kStopSteps[] = {
-    [] { deregisterEvent(); },
-    deregisterCellularEvent,
-    [] { registerPowerCallback(false); },
-    deregister_NSLaunchVconf,
-    [] { GetPOCInstance()->DeInit(); },
+    [] { deregisterEvent(); }, deregisterCellularEvent,
+    deRegisterWifiEvents,      [] { registerPowerCallback(false); },
+    deregister_NSLaunchVconf,  [] { GetPOCInstance()->DeInit(); },
 };
 
 void __Init() {
