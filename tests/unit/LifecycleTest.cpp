@@ -109,6 +109,7 @@ TEST(Lifecycle, LeavesThePlatformInItsFixedOrder) {
   VirtualTv& tv = VirtualTv::Instance();
   RunDaemonFor(1s, [] { VirtualTv::Instance().ClearCalls(); });
   EXPECT_EQ(Functions(tv.Calls()), (std::vector<std::string>{
+                                       "vconf_get_str db/menu/network/internet_status",
                                        "connection_destroy",
                                        "vconf_ignore_key_changed memory/menu/network/notify_pelorus",
                                        "wifi_unset_connection_state_changed_cb",
