@@ -4,6 +4,9 @@
 #include <string>
 
 #include "CNWSingleton.h"
+#include "NetworkCaptiveAP.h"
+#include "NetworkTypeKPILogs.h"
+#include "QuillRemoteQRUILauncher.h"
 #include "RSEUtil.h"
 
 class NetworkMonitor;
@@ -29,3 +32,7 @@ template <>
 std::weak_ptr<WifiMonHandler> CNWSingleton<WifiMonHandler>::m_pInstance;
 
 extern const std::string VCONF_INSTANT_OFF_ON;  ///< key of the power manager's word to the daemon
+
+extern NetworkTypeKPI g_onwtypeKPI;
+extern CQuillRemoteQRUILauncher g_oRemoteLauncher;
+extern NetworkCaptiveAP g_CaptiveAP;

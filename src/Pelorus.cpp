@@ -10,6 +10,7 @@
 #include "NW_LanPopup.h"
 #include "SavedAPConnectionHandler.h"
 #include "SavedNetworkPriorityHandler.h"
+#include "StaticObjects.h"
 #include "call_guarded.h"
 #include "platform.h"
 #include "vconf.h"
@@ -42,15 +43,24 @@ constexpr Step kStartSteps[] = {
     registerCellularEvents,
     registerWifiEvents,
     [] { registerPowerCallback(true); },
+    [] { g_onwtypeKPI.Start(); },
     register_NSLaunchVconf,
+    [] { g_oRemoteLauncher.Init(); },
+    [] { g_CaptiveAP.Init(); },
     ResetNetworkAppStatus,
 };
 
 /// Not the reverse of the start.
 constexpr Step kStopSteps[] = {
-    [] { deregisterEvent(); }, deregisterCellularEvent,
-    deRegisterWifiEvents,      [] { registerPowerCallback(false); },
-    deregister_NSLaunchVconf,  [] { GetPOCInstance()->DeInit(); },
+    [] { deregisterEvent(); },
+    deregisterCellularEvent,
+    deRegisterWifiEvents,
+    [] { registerPowerCallback(false); },
+    [] { g_onwtypeKPI.Stop(); },
+    deregister_NSLaunchVconf,
+    [] { g_oRemoteLauncher.DeInit(); },
+    [] { g_CaptiveAP.DeInit(); },
+    [] { GetPOCInstance()->DeInit(); },
 };
 
 void __Init() {

@@ -25,3 +25,7 @@ template <>
 std::weak_ptr<WifiMonHandler> CNWSingleton<WifiMonHandler>::m_pInstance{};
 
 const std::string VCONF_INSTANT_OFF_ON = vconf_keys::kNotifyPelorus;
+
+NetworkTypeKPI g_onwtypeKPI;
+CQuillRemoteQRUILauncher g_oRemoteLauncher;
+NetworkCaptiveAP g_CaptiveAP;

@@ -107,16 +107,24 @@ TEST(Lifecycle, StartsAndStopsEachSubsystemInItsFixedOrder) {
 
 TEST(Lifecycle, LeavesThePlatformInItsFixedOrder) {
   VirtualTv& tv = VirtualTv::Instance();
-  RunDaemonFor(1s, [] { VirtualTv::Instance().ClearCalls(); });
+  RunDaemonFor(5s, [] {
+    g_timeout_add(  // after what the start leaves to timers
+        4000,
+        [](gpointer) -> gboolean {
+          VirtualTv::Instance().ClearCalls();
+          return G_SOURCE_REMOVE;
+        },
+        nullptr);
+  });
   EXPECT_EQ(Functions(tv.Calls()), (std::vector<std::string>{
-                                       "vconf_get_str db/menu/network/internet_status",
                                        "connection_destroy",
                                        "vconf_ignore_key_changed memory/menu/network/notify_pelorus",
                                        "wifi_unset_connection_state_changed_cb",
-                                       "connection_unset_network_monitor_cb",
-                                       "connection_destroy",
                                        "connection_destroy",
                                        "vconf_ignore_key_changed db/was/factory_reset",
+                                       "connection_unset_network_monitor_cb",
+                                       "connection_destroy",
+                                       "vconf_ignore_key_changed db/menu/network/network_type",
                                        "vconf_ignore_key_changed db/menu/network/launchNS",
                                        "system_info_get_value_int 281",
                                        "vconf_ignore_key_changed memory/sp-kpi/neterr_streaming_buffer",
@@ -167,7 +175,11 @@ TEST(Lifecycle, UsesThePlatformInItsFixedOrder) {
                 "connection_set_network_monitor_cb",
                 "wifi_set_connection_state_changed_cb",
                 "vconf_notify_key_changed db/was/factory_reset",
+                "vconf_notify_key_changed db/menu/network/network_type",
+                "vconf_get_str db/menu/network/network_type",
                 "vconf_notify_key_changed db/menu/network/launchNS",
+                "system_info_get_custom_bool com.velanor/featureconf/projector_feature_support",
+                "package_manager_get_package_info org.orvik.browser",
                 "vconf_set_int db/menu/network/networkapp_status",
             }));
 }
@@ -200,17 +212,17 @@ TEST_P(EveryFailure, AtStartStopsNoLaterStep) {
   EXPECT_EQ(test_log::Messages().back(), " Main Ended");
 }
 
-INSTANTIATE_TEST_SUITE_P(OfThePlatform, EveryFailure,
-                         testing::Values("platform_start", "connection_create",
-                                         "connection_set_ethernet_cable_state_chaged_cb",
-                                         "connection_destroy", "tel_init", "tel_deinit",
-                                         "tel_get_property_int", "tel_register_noti_event",
-                                         "vconf_get_int", "vconf_get_bool", "vconf_get_str",
-                                         "vconf_set_int", "vconf_set_str", "vconf_notify_key_changed",
-                                         "vconf_ignore_key_changed", "system_info_get_custom_bool",
-                                         "system_info_get_custom_int", "system_info_get_value_int",
-                                         "wifi_initialize"),
-                         [](const auto& case_info) { return std::string(case_info.param); });
+INSTANTIATE_TEST_SUITE_P(
+    OfThePlatform, EveryFailure,
+    testing::Values("platform_start", "connection_create",
+                    "connection_set_ethernet_cable_state_chaged_cb", "connection_set_network_monitor_cb",
+                    "connection_unset_network_monitor_cb", "package_manager_get_package_info",
+                    "connection_destroy", "tel_init", "tel_deinit", "tel_get_property_int",
+                    "tel_register_noti_event", "vconf_get_int", "vconf_get_bool", "vconf_get_str",
+                    "vconf_set_int", "vconf_set_str", "vconf_notify_key_changed",
+                    "vconf_ignore_key_changed", "system_info_get_custom_bool",
+                    "system_info_get_custom_int", "system_info_get_value_int", "wifi_initialize"),
+    [](const auto& case_info) { return std::string(case_info.param); });
 
 TEST(Lifecycle, TheRunningDaemonAnswersFactoryResetInstantOnAndTheSettingsScreen) {
   RunDaemonFor(100s, [] {

@@ -70,7 +70,8 @@ class InternetMonitor : public testing::Test {
   }
 
   VirtualTv& m_tv = VirtualTv::Instance();
-  std::shared_ptr<NetworkMonitor> m_monitor = CNWSingleton<NetworkMonitor>::GetInstance();
+  /// One of the test's own: the daemon's static objects hold the process's one to the end.
+  std::shared_ptr<NetworkMonitor> m_monitor = std::make_shared<NetworkMonitor>();
   Texts m_told;
 };
 
@@ -182,7 +183,7 @@ TEST_F(InternetMonitor, TheGatewaysFailureOutlivesRecoveryAndMonitor) {
 
   Monitor().UnRegisterCb(handle);
   m_monitor.reset();
-  m_monitor = CNWSingleton<NetworkMonitor>::GetInstance();
+  m_monitor = std::make_shared<NetworkMonitor>();
   Listen();
   Store("OFFLINE");
   Tell(0, "GATEWAY");
@@ -365,7 +366,7 @@ TEST_F(InternetMonitor, AListenerMayEndTheMonitorThatItUnregistersFrom) {
   EXPECT_EQ(m_told, Texts{"told"});
   EXPECT_EQ(handle, 10000);
   EXPECT_EQ(m_tv.Calls("connection_destroy").size(), 1U);
-  EXPECT_EQ(CNWSingleton<NetworkMonitor>::GetInstance()->RegisterCb(Note("b")), 1);
+  EXPECT_EQ(std::make_shared<NetworkMonitor>()->RegisterCb(Note("b")), 1);
 }
 
 TEST_F(InternetMonitor, AListenerMayHoldTheMonitorThatItIsUnregisteredFrom) {
@@ -375,7 +376,7 @@ TEST_F(InternetMonitor, AListenerMayHoldTheMonitorThatItIsUnregisteredFrom) {
   EXPECT_EQ(handle, 10000);
   EXPECT_EQ(m_tv.Calls("connection_destroy").size(), 1U);
 
-  m_monitor = CNWSingleton<NetworkMonitor>::GetInstance();
+  m_monitor = std::make_shared<NetworkMonitor>();
   monitor = m_monitor.get();
   monitor->RegisterCb([owner = std::move(m_monitor)](bool, auto) {});
   monitor->UnRegisterAllCb();
@@ -411,7 +412,6 @@ TEST_F(InternetMonitor, AListenersExceptionCostsOnlyItsOwnCall) {
 }
 
 TEST_F(InternetMonitor, LivesWhileItIsHeld) {
-  EXPECT_EQ(CNWSingleton<NetworkMonitor>::GetInstance(), m_monitor);
   Listen();
   EXPECT_EQ(Monitor().RegisterCb(Note("b")), 2);
   m_monitor.reset();
@@ -419,8 +419,14 @@ TEST_F(InternetMonitor, LivesWhileItIsHeld) {
   EXPECT_EQ(m_tv.Calls("connection_destroy").size(), 1U);
   Tell(0, "HTTP");
   EXPECT_EQ(m_told, Texts{});
-  m_monitor = CNWSingleton<NetworkMonitor>::GetInstance();
+  m_monitor = std::make_shared<NetworkMonitor>();
   EXPECT_EQ(Monitor().RegisterCb(Note("c")), 1);
+}
+
+TEST_F(InternetMonitor, OfTheProcessIsOneAndHeldFromBeforeMain) {
+  const auto monitor = CNWSingleton<NetworkMonitor>::GetInstance();
+  EXPECT_EQ(CNWSingleton<NetworkMonitor>::GetInstance(), monitor);
+  EXPECT_GT(monitor.use_count(), 1);
 }
 
 TEST_F(InternetMonitor, LogsWhatItIsToldAndWhatIsStored) {
@@ -492,7 +498,7 @@ TEST_F(InternetMonitor, NoFunctionsFailureStopsIt) {
       Tell(0, "HTTP");
       EXPECT_EQ(m_told, Texts{});
       m_tv.StopFailing(function);
-      m_monitor = CNWSingleton<NetworkMonitor>::GetInstance();
+      m_monitor = std::make_shared<NetworkMonitor>();
     }
   }
 }

@@ -56,6 +56,9 @@ std::vector<Object> ObjectsInOrder() {
       {"CLIENT_CERT_PATH", &CLIENT_CERT_PATH},
       {"the Wi-Fi monitor's pointer", PointerOf(static_cast<WifiMonHandler*>(nullptr))},
       {"VCONF_INSTANT_OFF_ON", &VCONF_INSTANT_OFF_ON},
+      {"g_onwtypeKPI", &g_onwtypeKPI},
+      {"g_oRemoteLauncher", &g_oRemoteLauncher},
+      {"g_CaptiveAP", &g_CaptiveAP},
   };
 }
 
