@@ -1,9 +1,21 @@
 #include "CacheDualBandStatus.h"
 
+#include <cstring>
+
 #include "Log.h"
 #include "NW_Common.h"
 #include "vconf.h"
 #include "vconf_keys.h"
+
+namespace {
+
+/// strstr() and not find(), which stops at every first letter: the list grows for the life of the TV,
+/// and its entries begin alike.
+bool Contains(const std::string& list, const std::string& bssid) {
+  return std::strstr(list.c_str(), bssid.c_str()) != nullptr;
+}
+
+}  // namespace
 
 void CCachedDualBand::Init() {
   const HeapString list(vconf_get_str(vconf_keys::kDualBandApMac));
@@ -14,7 +26,7 @@ void CCachedDualBand::Init() {
 
 void CCachedDualBand::m_SaveAsDualBand(const std::string& bssid) {
   Init();
-  if (m_list.find(bssid) != std::string::npos) {
+  if (Contains(m_list, bssid)) {
     NW_LOG("Already in cached");
     return;
   }
@@ -28,7 +40,7 @@ void CCachedDualBand::m_SaveAsDualBand(const std::string& bssid) {
 
 bool CCachedDualBand::m_IsCachedAsDualBand(const std::string& bssid) {
   Init();
-  const bool is_cached = m_list.find(bssid) != std::string::npos;
+  const bool is_cached = Contains(m_list, bssid);
   NW_LOG("m_IsCachedAsDualBand =>%d", is_cached);
   return is_cached;
 }
