@@ -6,6 +6,7 @@
 
 #include <glib.h>
 
+#include "NetworkCaptiveAP.h"
 #include "SavedAPData.h"
 #include "WifiManagerHelper.h"
 #include "vconf.h"
@@ -94,6 +95,7 @@ class SavedAPConnHander {
   std::string m_SelectedSSID;            // of the last command to connect
   std::map<std::string, int> m_FreqMap;  // MHz by SSID
   bool m_IsConnecting = false;
+  NetworkCaptiveAP m_CaptiveAP;  // asks for a portal when a network has been connected to
 
   static inline SavedAPConnHander* Instance = nullptr;
   static inline guint ConnTimer = 0;  // the limit of an attempt; stays set when it runs out unheard

@@ -249,6 +249,7 @@ void SavedAPConnHander::ConnectedCB(wifi_manager_error_e error, void* handler) {
     case WIFI_MANAGER_ERROR_ALREADY_EXISTS:
       NW_LOG("AP Conncted");
       self->ChangeStatusToConnected(true);
+      self->m_CaptiveAP.StartWaitTimerForNewConnection();
       return;
     case WIFI_MANAGER_ERROR_INVALID_KEY:
       NW_LOG("AP Connection Invalid Key");

@@ -79,6 +79,29 @@ TEST_F(SavedNetworkConnect, PublishesTheWholeDocument) {
             "\t\t\t\"STATUS\" : \"Connecting\"\n\t\t}\n\t]\n}");
 }
 
+TEST_F(SavedNetworkConnect, AsksForAPortalTenSecondsAfterItHasWorked) {
+  StartAtHome();
+  tv.GetPackages().Install("org.orvik.browser");
+  wifi.FindRadio(kOffice)->portal_url = "http://portal.example/";
+  Connect("Office");
+  RunLoopFor(9s);
+  EXPECT_TRUE(tv.Calls("wifi_ap_is_captive_portal_network").empty());
+  RunLoopFor(5s);
+  EXPECT_EQ(tv.Calls("wifi_ap_is_captive_portal_network").size(), 1U);
+  popups::WaitForStarted(1);
+  EXPECT_EQ(popups::All().at(0).arguments, (Texts{"captiveap", "http://portal.example/"}));
+}
+
+TEST_F(SavedNetworkConnect, AsksForNoPortalWhenItHasFailed) {
+  StartAtHome();
+  tv.GetPackages().Install("org.orvik.browser");
+  wifi.FindRadio(kOffice)->temper = Radio::Temper::kRefuses;
+  Connect("Office");
+  RunLoopFor(60s);
+  EXPECT_EQ(PopupsAsked(), 1U);
+  EXPECT_TRUE(tv.Calls("wifi_ap_is_captive_portal_network").empty());
+}
+
 TEST_F(SavedNetworkConnect, WithoutANameFindsNothingSaved) {
   StartAtHome();
   Command(R"({"COMMAND":"1"})");
