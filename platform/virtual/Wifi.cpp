@@ -111,6 +111,16 @@ bool Wifi::Join(std::string_view bssid) {
   return true;
 }
 
+bool Wifi::Connect(std::string_view bssid) {
+  const Radio* const radio = FindRadio(bssid);
+  if (radio == nullptr || !radio->is_on) {
+    return false;
+  }
+  const wifi_target_s target{radio->essid.c_str(), radio->bssid.c_str(), radio->frequency,
+                             radio->security, radio->passphrase.c_str()};
+  return m_requests.Connect(WifiTarget(target), [](int) {}) == WIFI_ERROR_NONE;
+}
+
 void Wifi::Drop() {
   if (m_state == WIFI_CONNECTION_STATE_CONNECTED) {
     Leave();

@@ -54,6 +54,10 @@ class Wifi {
   /// saved and the radio is known to the TV from then on.
   /// @return false when there is no such radio on the air
   bool Join(std::string_view bssid);
+  /// Connects the TV as its owner does in the settings, with the passphrase of the radio: step by step,
+  /// and told like any other connection. Takes the place of a request of the program.
+  /// @return false when there is no such radio on the air, or the TV is connected to it
+  bool Connect(std::string_view bssid);
   /// The connection breaks off, by nobody's wish.
   void Drop();
   /// Lets the TV know what is on the air, at once and without a callback.

@@ -36,7 +36,11 @@ class WifiRoom {
   };
   virtual void SetAnswer(const std::string& bssid, Answer answer) = 0;
 
-  /// As by an earlier connection.
+  /// Lets a radio show a page of its own in place of the internet.
+  /// @param url  empty: none, as until it is set
+  virtual void SetPortal(const std::string& bssid, const std::string& url) = 0;
+
+  /// As by an earlier connection, but that nothing is known of where it was.
   virtual void Save(const AirRadio& radio) = 0;
 
   /// The longest that a request takes from the call to the callback, where radios answer.

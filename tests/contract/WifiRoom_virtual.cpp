@@ -27,7 +27,8 @@ class VirtualWifiRoom : public WifiRoom {
   VirtualWifiRoom() {
     using Kind = VirtualTv::EventKind;
     m_tv.SetLatency(Kind::kScan, 60);
-    for (const Kind kind : {Kind::kLook, Kind::kConnect, Kind::kAddress, Kind::kDisconnect}) {
+    for (const Kind kind : {Kind::kLook, Kind::kConnect, Kind::kAddress, Kind::kDisconnect,
+                            Kind::kChannelScan, Kind::kPortal}) {
       m_tv.SetLatency(kind, 20);
     }
   }
@@ -43,6 +44,9 @@ class VirtualWifiRoom : public WifiRoom {
   void TakeOffAir(const std::string& bssid) override { m_tv.GetWifi().RemoveRadio(bssid); }
   void SetAnswer(const std::string& bssid, Answer answer) override {
     m_tv.GetWifi().FindRadio(bssid)->temper = TemperOf(answer);
+  }
+  void SetPortal(const std::string& bssid, const std::string& url) override {
+    m_tv.GetWifi().FindRadio(bssid)->portal_url = url;
   }
   void Save(const AirRadio& radio) override {
     m_tv.GetWifi().Save({radio.essid, radio.security, radio.passphrase});
