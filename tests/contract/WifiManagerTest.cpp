@@ -1,5 +1,4 @@
 #include <array>
-#include <memory>
 #include <stdexcept>
 #include <utility>
 
@@ -348,18 +347,17 @@ TEST_F(WifiManager, AUserWhoHasGoneHearsNothing) {
   wifi_manager_ap_h ap = Clone("Cafe");
   wifi_manager_h other = nullptr;
   ASSERT_EQ(wifi_manager_initialize(&other), WIFI_MANAGER_ERROR_NONE);
-  auto gone = std::make_unique<Answers>();
+  Answers gone;
   Answers answers;
-  ASSERT_EQ(BeginScanOf(m_manager, {m_cafe.frequency}, *gone), WIFI_MANAGER_ERROR_NONE);
-  ASSERT_EQ(wifi_manager_scan_specific_ap(m_manager, "Cafe", RecordAnswer, gone.get()),
+  ASSERT_EQ(BeginScanOf(m_manager, {m_cafe.frequency}, gone), WIFI_MANAGER_ERROR_NONE);
+  ASSERT_EQ(wifi_manager_scan_specific_ap(m_manager, "Cafe", RecordAnswer, &gone),
             WIFI_MANAGER_ERROR_NONE);
-  ASSERT_EQ(ConnectToAp(ap, *gone), WIFI_MANAGER_ERROR_NONE);
+  ASSERT_EQ(ConnectToAp(ap, gone), WIFI_MANAGER_ERROR_NONE);
   ASSERT_EQ(BeginScanOf(other, {m_cafe.frequency}, answers), WIFI_MANAGER_ERROR_NONE);
   ASSERT_EQ(wifi_manager_deinitialize(m_manager), WIFI_MANAGER_ERROR_NONE);
-  EXPECT_EQ(*gone, Answers{});
-  gone.reset();
   WaitFor(answers, {WIFI_MANAGER_ERROR_NONE});
   RunLoopFor(m_room->LongestRequest());
+  EXPECT_EQ(gone, Answers{});
   EXPECT_EQ(wifi_manager_ap_destroy(ap), WIFI_MANAGER_ERROR_NONE);
 }
 
