@@ -90,12 +90,13 @@ extern "C" int poll(pollfd* fds, nfds_t count, int timeout_ms) {
   if (gettid() != getpid()) {
     return RealPoll(fds, count, timeout_ms);
   }
+  const bool is_another_busy = IsAnotherThreadBusy();  // before the look at what it has told
   const int ready = RealPoll(fds, count, 0);
   if (ready != 0 || timeout_ms == 0) {
     return ready;
   }
   const std::int64_t room = g_horizon.load() - g_passed.load();
-  if (room > 0 && IsAnotherThreadBusy()) {
+  if (room > 0 && is_another_busy) {
     constexpr int kLookAgainMs = 1;
     return RealPoll(fds, count, kLookAgainMs);
   }
