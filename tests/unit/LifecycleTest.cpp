@@ -184,6 +184,18 @@ TEST(Lifecycle, UsesThePlatformInItsFixedOrder) {
             }));
 }
 
+TEST(Lifecycle, StartsTheRestWhenTheStoredListOfNetworksIsDamaged) {
+  vconf_set_str(vconf_keys::kSavedAPList, R"({"values":[]})");
+  static std::vector<VirtualTv::Call> started;
+  RunDaemonFor(1s, [] { started = VirtualTv::Instance().Calls(); });
+  EXPECT_TRUE(test_log::Has("exception Value is not convertible to Int."));
+  const auto calls = Functions(started);
+  const auto read = std::ranges::find(calls, "vconf_get_str db/menu/network/SavedAPList");
+  ASSERT_NE(read, calls.end());
+  EXPECT_NE(std::find(read, calls.end(), "connection_set_ethernet_cable_state_chaged_cb"), calls.end());
+  EXPECT_EQ(calls.back(), "vconf_set_int db/menu/network/networkapp_status");
+}
+
 TEST(Lifecycle, ResetsTheStatusOfTheSettingsApplication) {
   vconf_set_int(vconf_keys::kNetworkAppStatus, 7);
   RunDaemonFor(1s);

@@ -36,6 +36,13 @@ class SavedNetworksRoom {
   SavedNetworksRoom() {
     // The daemon has initialised the interface before anything here happens.
     wifi_initialize();
+    while (!wifi.Radios().empty()) {
+      wifi.RemoveRadio(std::string(wifi.Radios().front().bssid));
+    }
+    while (!wifi.Saved().empty()) {
+      wifi.Forget(std::string(wifi.Saved().front().essid));
+    }
+    wifi.SeeAll();
     wifi.AddRadio({.bssid = kHome, .essid = "Home", .frequency = 5180, .passphrase = "h", .rssi = -48});
     wifi.AddRadio(
         {.bssid = kOffice, .essid = "Office", .frequency = 2437, .passphrase = "o", .rssi = -61});
