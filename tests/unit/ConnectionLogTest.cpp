@@ -2,12 +2,14 @@
 
 #include "NetworkWirelessLog.h"
 
+#include <ostream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "ConnectionRoom.h"
+#include "IgnorePopup.h"
 
 using namespace std::chrono_literals;
 
@@ -224,6 +226,10 @@ struct Band {
   const char* mode;
 };
 
+void PrintTo(const Band& band, std::ostream* out) {
+  *out << band.name;
+}
+
 class BandOfAConnection : public ConnectionRoom, public testing::WithParamInterface<Band> {};
 
 TEST_P(BandOfAConnection, DecidesWhetherTheTvMayMoveTo5GHz) {
@@ -283,6 +289,10 @@ struct SavedBssid {
   const char* saved;
   bool is_changed;
 };
+
+void PrintTo(const SavedBssid& saved, std::ostream* out) {
+  *out << saved.name;
+}
 
 class BssidOfAConnection : public ConnectionRoom, public testing::WithParamInterface<SavedBssid> {};
 
@@ -436,6 +446,169 @@ TEST_F(ConnectionLog, EndsInsideItsOwnCallbacks) {
   m_internet.SetGateway(true);
   Settle();
   EXPECT_FALSE(test_log::Has("result is CONNECTION_ERROR_NONE"));
+}
+
+TEST_F(ConnectionLog, RefusedWifiIsLoggedByItsCodeAndRegistrationGoesOn) {
+  m_tv.Fail("wifi_initialize", -29687039, 1);
+  registerWifiEvents();
+  EXPECT_EQ(Count("Failed to Initialize wifi [-29687039]"), 1U);
+  EXPECT_EQ(m_tv.Calls("wifi_set_connection_state_changed_cb").size(), 1U);
+  deRegisterWifiEvents();
+  m_tv.Fail("wifi_initialize", WIFI_ERROR_NOT_SUPPORTED, 1);
+  registerWifiEvents();
+  EXPECT_FALSE(test_log::Has("Failed to Initialize wifi [-95]")) << "no other code is";
+}
+
+TEST_F(ConnectionLog, WithoutAConnectionHandleNothingElseIsRegistered) {
+  m_tv.Fail("connection_create", CONNECTION_ERROR_OUT_OF_MEMORY, 1);
+  m_tv.ClearCalls();
+  registerWifiEvents();
+  EXPECT_EQ(Count("Connection handle NULL"), 1U);
+  EXPECT_EQ(m_tv.Calls().size(), 2U) << "wifi_initialize and this";
+}
+
+TEST_F(ConnectionLog, RefusedCallbackIsLogged) {
+  m_tv.Fail("wifi_set_connection_state_changed_cb", WIFI_ERROR_INVALID_OPERATION, 1);
+  registerWifiEvents();
+  EXPECT_EQ(Count("Error in wifi_set_connection_state_changed_cb wireless [-38]!!"), 1U);
+  Settle();
+  EXPECT_EQ(Events(), Texts{kRssi}) << "the present connection is reported all the same";
+}
+
+// What cannot be read when a new network is measured.
+
+struct Gap {
+  const char* function;
+  const char* message;
+  const char* description;  ///< how it begins
+};
+
+void PrintTo(const Gap& gap, std::ostream* out) {
+  *out << gap.function;
+}
+
+class GapInANewNetwork : public ConnectionRoom, public testing::WithParamInterface<Gap> {};
+
+TEST_P(GapInANewNetwork, IsLoggedAndTheRecordIsMadeOfTheRest) {
+  m_wifi.Forget("home");
+  RegisterOnAnIdleTv();
+  const wifi_ap_h ap = TakeConnected(kLow);
+  BeginMeasurement(ap);
+  wifi_ap_destroy(ap);
+  m_tv.Fail(GetParam().function, WIFI_ERROR_OPERATION_FAILED);
+  RunLoopUntil([] { return test_log::Has("[OnEV001Done => 1]"); });
+  EXPECT_EQ(Count(GetParam().message), 1U);
+  const std::vector<Sent> records = Records();
+  ASSERT_EQ(records.size(), 1U);
+  EXPECT_EQ(records[0].event, kEnv);
+  EXPECT_EQ(records[0].description.substr(0, records[0].description.find(";security")),
+            GetParam().description);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Properties, GapInANewNetwork,
+    testing::Values(Gap{"wifi_ap_get_essid", "Fail to get AP name",
+                        "{mac=AA-BB-CC;freq=2437;prot=802.11n;bw=20;num=3;"
+                        "slist=-47@2437|-55@5180|-80@2462"},
+                    Gap{"wifi_ap_get_bssid", "mac address  (null)", ""},
+                    Gap{"wifi_ap_get_frequency", "frequency = 0",
+                        "{mac=AA-BB-CC;freq=0;prot=802.11n;bw=20;num=3;slist=-47@0|-55@0|-80@0"},
+                    Gap{"wifi_ap_get_bandwidth", "bandwidth = 0",
+                        "{mac=AA-BB-CC;freq=2437;prot=802.11n;bw=0;num=3;"
+                        "slist=-47@2437|-55@5180|-80@2462"},
+                    Gap{"wifi_manager_ap_get_connection_mode", "bandwidth = 20",
+                        "{mac=AA-BB-CC;freq=2437;prot=unknown;bw=20;num=3;"
+                        "slist=-47@2437|-55@5180|-80@2462"},
+                    Gap{"wifi_foreach_found_aps", "Fail to get AP info (can't get AP list)",
+                        "{mac=AA-BB-CC;freq=2437;prot=802.11n;bw=20;num=0;slist="}),
+    [](const auto& info) { return std::string(info.param.function); });
+
+TEST_F(ConnectionLog, NamesOfWhatItMeasuresAreInTheLog) {
+  m_wifi.Forget("home");
+  RegisterOnAnIdleTv();
+  Connect(kLow);
+  for (const char* message : {"RV =>0 , bFavourite =>0", "mac address  AA:BB:CC:DD:EE:01",
+                              "frequency = 2437", "bandwidth = 20", "CheckKPISendCondition => true"}) {
+    EXPECT_EQ(Count(message), 1U) << message;
+  }
+  test_log::Clear();
+  Reconnect(kLow);
+  EXPECT_EQ(Count("RV =>0 , bFavourite =>1"), 1U);
+  EXPECT_EQ(Count("ssid [home] auto assocaition"), 1U);
+}
+
+TEST_F(ConnectionLog, UnreadableNameOfASavedNetworkIsLoggedWithItsCode) {
+  const wifi_ap_h ap = TakeConnected(kLow);
+  m_tv.Fail("wifi_ap_get_essid", WIFI_ERROR_OPERATION_FAILED, 1);
+  std::string name = "as it was";
+  EXPECT_FALSE(WirelessLog::IsAutoConnectAP(ap, name));
+  EXPECT_EQ(name, "as it was");
+  EXPECT_EQ(Count("essid failed -29687039"), 1U);
+  EXPECT_TRUE(WirelessLog::IsAutoConnectAP(ap, name));
+  EXPECT_EQ(name, "home");
+  wifi_ap_destroy(ap);
+}
+
+TEST_F(ConnectionLog, UnreadableGatewayIsNone) {
+  m_tv.Fail("connection_profile_check_default_gateway", -7, 1);
+  EXPECT_FALSE(WirelessLog::CheckKPISendCondition());
+  EXPECT_EQ(Count("connection_profile_check_default_gateway -7"), 1U);
+  EXPECT_EQ(Count("CheckKPISendCondition => false"), 1U);
+}
+
+// Instant-on.
+
+TEST_F(ConnectionLog, EachInstantOnRestartsTheWindowAndReportsTheConnection) {
+  RegisterIgnorePopup();
+  registerWifiEvents();
+  Settle();
+  m_tv.ClearCalls();
+  test_log::Clear();
+  for (std::size_t times = 1; times <= 2; ++times) {
+    vconf_set_str(vconf_keys::kNotifyPelorus, "instant_on");
+    RunLoopFor(30s);
+    EXPECT_EQ(Count("[Start Ignore Timer] >>>"), times);
+    EXPECT_EQ(Events(), Texts(times, kRssi));
+  }
+  EXPECT_FALSE(test_log::Has("Ignore attached >>Timer is Expired ")) << "60 s, but 30 s each";
+  RunLoopFor(11s);
+  EXPECT_EQ(Count("Ignore attached >>Timer is Expired "), 1U);
+  UnRegisterIgnorePopup();
+}
+
+TEST_F(ConnectionLog, TwoInstantOnsInARowReportTheConnectionOnce) {
+  RegisterIgnorePopup();
+  registerWifiEvents();
+  Settle();
+  m_tv.ClearCalls();
+  WakeupOnInstantON();
+  WakeupOnInstantON();
+  Settle();
+  EXPECT_EQ(Events(), Texts{kRssi}) << "the second measurement took the place of the first";
+  UnRegisterIgnorePopup();
+}
+
+TEST_F(ConnectionLog, InstantOffAndOtherWordsReportNothing) {
+  RegisterIgnorePopup();
+  registerWifiEvents();
+  Settle();
+  m_tv.ClearCalls();
+  for (const char* word : {"instant_off", "Instant_On", "instant_on "}) {
+    vconf_set_str(vconf_keys::kNotifyPelorus, word);
+    Settle();
+  }
+  EXPECT_TRUE(Events().empty());
+  UnRegisterIgnorePopup();
+}
+
+TEST_F(ConnectionLog, InstantOnWithoutAConnectionReportsNothing) {
+  RegisterIgnorePopup();
+  RegisterOnAnIdleTv();
+  vconf_set_str(vconf_keys::kNotifyPelorus, "instant_on");
+  Settle();
+  EXPECT_EQ(Count(kNotSeen), 1U);
+  EXPECT_TRUE(Events().empty());
+  UnRegisterIgnorePopup();
 }
 
 TEST_F(ConnectionLog, MayBeRegisteredAgain) {
