@@ -14,10 +14,9 @@
 /// of the connected access point, the list of saved networks (SavedAPPriorityHandler), and whether the
 /// TV may move to 5 GHz by itself, which it need not when it is there already.
 ///
-/// A connection to the network that the TV was in before is "WIFI_RSSI"/"EV002", one to another network
-/// "WIFI_ENV"/"EV001". The network that the TV was in before is known only where the TV associates with
-/// a saved one; every other connection counts as one to another network. At most one record of each kind
-/// is being measured; a new connection takes the place of one that is not done.
+/// A connection to a network that was saved when the TV associated with it is "WIFI_RSSI"/"EV002", one
+/// to any other "WIFI_ENV"/"EV001": by the name, which is noted at association. At most one record of
+/// each kind is being measured; a new connection takes the place of one that is not done.
 ///
 /// Reached through CNetworkWirelessLogSingleton<WirelessLog>. Main-loop thread only.
 class WirelessLog {
@@ -50,8 +49,8 @@ class WirelessLog {
   /// @return whether `ap` is of a saved network and its name could be read
   static bool IsAutoConnectAP(wifi_ap_h ap, std::string& name);
 
-  /// Whether `ap` is of another network than the one before; then its name goes into
-  /// "db/menu/network/ap_name". Not so when its name cannot be read.
+  /// Whether `ap` is of another network than the saved one that was associated with; then its name goes
+  /// into "db/menu/network/ap_name". Not so when its name cannot be read.
   bool IsSettingsChanged(wifi_ap_h ap);
 
   /// Whether the TV has an IPv4 address there.

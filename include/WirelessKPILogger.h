@@ -22,19 +22,19 @@ class CWirelessKPILogger : public CNetworkLogService {
   bool AddEventLogToFile(const std::string& category, const std::string& eventName,
                          const std::string& desc, const std::string& serviceName);
 
-  /// Queues "WIFI_RSSI", the record of a connection to the same network as before.
+  /// Queues "WIFI_RSSI", the record of a connection to a known network.
   /// @param desc  without braces
   void AddEventLogWirelessApConnected(const std::string& desc);
 
-  /// Queues "WIFI_ENV", the record of a connection to another network; as GetEventDescInfoAP().
+  /// Queues "WIFI_ENV", the record of a connection to a new network; as GetEventDescInfoAP().
   void AddEventLogWirelessSettingsChanged(const char* mac, int freq, const char* prot, int bw, int num,
                                           const std::string& slist, const std::string& rest);
 
-  /// Describes a connection to another network.
+  /// Describes a connection to a new network.
   /// @param mac    BSSID, "AA:BB:CC:DD:EE:FF", of which only the vendor's half is told
   /// @param freq   MHz
   /// @param prot   "11n", "11ac", ...
-  /// @param bw     the platform's number of the channel width
+  /// @param bw     channel width, MHz
   /// @param num    how many access points were found
   /// @param slist  RSSI@frequency of each of them, joined by "|"
   /// @param rest   further fields
