@@ -178,6 +178,21 @@ TEST_F(ConnectionLog, MeasurementThatOutlivesItsConnectionMakesNoRecordOfANewNet
   wifi_ap_destroy(ap);
 }
 
+TEST_F(ConnectionLog, NoMeasurementIsKeptWhenItsRecordIsMade) {
+  registerWifiEvents();  // in a connection; without one, a measurement that could not begin stays
+  Settle();
+  m_wifi.Forget("home");
+  for (const char* event : {kEnv, kRssi}) {
+    m_wifi.Drop();
+    Settle();
+    Connect(kLow);
+    ASSERT_EQ(Events().back(), event);
+    // A measurement holds the Wi-Fi monitor, which otherwise begins anew and names its first listener
+    // 101.
+    EXPECT_EQ(CNWSingleton<WifiMonHandler>::GetInstance()->Start(nullptr), 100) << event;
+  }
+}
+
 TEST_F(ConnectionLog, EachStateIsLogged) {
   RegisterOnAnIdleTv();
   Connect(kLow);
