@@ -170,21 +170,30 @@ void AddTvCommands(CLI::App& app, int& exit_code) {
   add("telephony", "start | stop", "Start or stop the telephony service");
   add("radio",
       "add BSSID ESSID [OPTION...] | remove BSSID | on BSSID | off BSSID | signal BSSID DBM | "
-      "temper BSSID WORD; the man page lists the options",
+      "temper BSSID WORD | portal BSSID URL|none; the man page lists the options",
       "Put up the radio of a router, or change one");
-  add("wifi", "join BSSID | drop | see-all | save ESSID [OPTION...] | forget ESSID | snr DB",
+  add("wifi",
+      "join BSSID | connect BSSID [passphrase=TEXT] | drop | see-all | save ESSID [OPTION...] | forget "
+      "ESSID | fail-next REQUEST CODE | snr DB",
       "Operate the TV's Wi-Fi");
-  add("internet", "gateway|dns|http on|off | report STEP RESULT | hotspot NUMBER | lease SECONDS",
+  add("internet",
+      "gateway|dns|http on|off | report STEP RESULT | hotspot NUMBER | lease SECONDS | addresses "
+      "cable|dongle [ipv4=ADDRESS] [ipv6=ADDRESS]",
       "Change what is behind the network");
   add("player", "buffering|lowres|interference|rssi|linkspeed NUMBER",
       "Let the video player report trouble or a figure");
   add("settings-app",
-      "open | close | ask | stop | confirm | decline | answer confirm|decline|none [TIME]",
+      "open | close | ask | stop | confirm | decline | answer confirm|decline|none [TIME] | connect "
+      "ESSID "
+      "| forget ESSID | reset",
       "Play the network settings application and its viewer");
+  add("package", "install ID | remove ID", "Install an application, or remove one");
+  add("speaker", "NUMBER", "Choose where the sound goes; 4 is a network speaker");
   add("feature", "set NAME VALUE", "Make the TV another model");
   add("latency", "KIND TIME",
-      "Set how long something takes, such as 50ms: cable, dongle, scan, look, connect, address, "
-      "disconnect or report");
+      "Set how long something takes, such as 50ms: cable, dongle, report, scan, channel-scan, look, "
+      "connect, address, disconnect, wifi-state or portal");
+  add("delay", "KIND TIME", "Let the next of these alone take so much longer");
   AddFail(*tv, exit_code);
   AddWords(*tv, exit_code, "heal", "FUNCTION", "Let a platform function work again");
   AddQuestions(*tv, exit_code);

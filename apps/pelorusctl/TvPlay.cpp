@@ -42,6 +42,9 @@ const char* NoteOn(const scenario::Step& step) {
     case Kind::kExpectCalls:
     case Kind::kExpectKpi:
     case Kind::kExpectNoKpi:
+    case Kind::kExpectJson:
+    case Kind::kExpectSaved:
+    case Kind::kExpectTop:
     case Kind::kExpectWifi:
       break;
   }

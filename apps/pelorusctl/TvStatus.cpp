@@ -28,19 +28,26 @@ std::string Marks(const Json::Value& thing, std::initializer_list<const char*> m
   return marks;
 }
 
+std::string PortalText(const Json::Value& url) {
+  return Text(url).empty() ? "" : ", portal " + Text(url);
+}
+
 void PrintWifi(const Json::Value& tv) {
   const Json::Value& wifi = tv["wifi"];
   const std::string bssid = Text(wifi["bssid"]);
   PrintLine("wifi", Text(wifi["state"]) + (bssid.empty() ? "" : " to " + bssid));
   for (const Json::Value& network : wifi["saved"]) {
-    PrintLine("saved", Quoted(network["essid"]) + " " + Text(network["security"]));
+    const int frequency = network["frequency"].asInt();
+    PrintLine("saved", Quoted(network["essid"]) + " " + Text(network["security"]) +
+                           (frequency == 0 ? "" : ", " + std::to_string(frequency) + " MHz"));
   }
   for (const Json::Value& radio : tv["radios"]) {
     PrintLine("radio", Text(radio["bssid"]) + " " + Quoted(radio["essid"]) + " " +
                            Text(radio["security"]) + ", " + Text(radio["frequency"]) + " MHz, " +
                            Text(radio["bandwidth"]) + " MHz wide, 802.11" + Text(radio["mode"]) + ", " +
                            Text(radio["rssi"]) + " dBm, " + Text(radio["temper"]) +
-                           Marks(radio, {"hidden"}) + (radio["on"].asBool() ? "" : ", off"));
+                           Marks(radio, {"hidden"}) + (radio["on"].asBool() ? "" : ", off") +
+                           PortalText(radio["portal"]));
   }
 }
 
@@ -51,6 +58,17 @@ void PrintInternet(const Json::Value& internet) {
   }
   PrintLine("internet", "through " + Text(internet["carrier"]) + steps + ", hotspot " +
                             Text(internet["hotspot"]) + ", lease " + Text(internet["lease"]) + " s");
+}
+
+void PrintAddresses(const Json::Value& addresses) {
+  for (const std::string& network : addresses.getMemberNames()) {
+    std::string text;
+    for (const char* family : {"ipv4", "ipv6"}) {
+      const std::string address = Text(addresses[network][family]);
+      text += address.empty() ? "" : " " + address;
+    }
+    PrintLine("addresses", network + (text.empty() ? " none" : text));
+  }
 }
 
 void PrintSettingsApp(const Json::Value& app) {
@@ -72,12 +90,21 @@ void PrintTvStatus(const Json::Value& tv) {
   }
   PrintWifi(tv);
   PrintInternet(tv["internet"]);
+  PrintAddresses(tv["internet"]["addresses"]);
   PrintSettingsApp(tv["settings-app"]);
+  for (const Json::Value& package : tv["packages"]) {
+    PrintLine("package", Text(package));
+  }
+  PrintLine("speaker", Text(tv["speaker"]));
   for (const std::string& kind : tv["latency"].getMemberNames()) {
     PrintLine("latency", kind + " " + Text(tv["latency"][kind]) + " ms");
   }
   for (const std::string& key : tv["features"].getMemberNames()) {
     PrintLine("feature", key + " = " + Text(tv["features"][key]));
+  }
+  const Json::Value& next = tv["wifi"]["failing-next"];
+  for (const std::string& request : next.getMemberNames()) {
+    PrintLine("failing-next", request + " with " + Text(next[request]));
   }
   for (const std::string& function : tv["failing"].getMemberNames()) {
     const Json::Value& failure = tv["failing"][function];

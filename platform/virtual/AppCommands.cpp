@@ -1,6 +1,8 @@
 #include "AppCommands.h"
 
+#include <algorithm>
 #include <string>
+#include <string_view>
 
 #include <glib.h>
 
@@ -26,10 +28,26 @@ constexpr Word<Answer> kAnswers[] = {
     {"decline", Answer::kDecline},
 };
 
+constexpr char kNotOpen[] = "the settings application is not open";
+
 void Require(bool is_so, const char* otherwise) {
   if (!is_so) {
     throw Refused(otherwise);
   }
+}
+
+/// The viewer throws a saved network away: the application lets the system forget it, and says so.
+void Forget(VirtualTv& tv, const Json::Value& request) {
+  const std::string essid = Text(request, "essid");
+  Require(tv.GetSettingsApp().IsOpen(), kNotOpen);
+  Require(tv.GetWifi().Forget(essid), "there is no such saved network");
+  tv.GetSettingsApp().TellForgotten();
+}
+
+bool IsPackageId(std::string_view id) {
+  return !id.empty() && std::ranges::all_of(id, [](char c) {
+    return g_ascii_isalnum(c) || c == '.' || c == '_' || c == '-';
+  });
 }
 
 }  // namespace
@@ -51,9 +69,15 @@ void DoSettingsApp(VirtualTv& tv, const Json::Value& request) {
   } else if (action == "close") {
     app.Close();
   } else if (action == "ask") {
-    Require(app.Ask(), "the settings application is not open");
+    Require(app.Ask(), kNotOpen);
   } else if (action == "stop") {
-    Require(app.Stop(), "the settings application is not open");
+    Require(app.Stop(), kNotOpen);
+  } else if (action == "connect") {
+    Require(app.Connect(Text(request, "essid")), kNotOpen);
+  } else if (action == "forget") {
+    Forget(tv, request);
+  } else if (action == "reset") {
+    Require(app.Reset(), kNotOpen);
   } else if (action == "press") {
     const Answer button = FromWord(kAnswers, "button", Text(request, "button"));
     Require(app.Press(button), "there is no question on the screen");
@@ -65,6 +89,32 @@ void DoSettingsApp(VirtualTv& tv, const Json::Value& request) {
   } else {
     RefuseAction("settings-app", action);
   }
+}
+
+void DoPackage(VirtualTv& tv, const Json::Value& request) {
+  const std::string action = Text(request, "action");
+  if (action != "install" && action != "remove") {
+    RefuseAction("package", action);
+  }
+  const std::string id = Text(request, "id");
+  Require(IsPackageId(id), "the id of a package is made of letters, digits, '.', '_' and '-'");
+  if (action == "install") {
+    tv.GetPackages().Install(id);
+  } else {
+    Require(tv.GetPackages().Remove(id), "it is not installed");
+  }
+}
+
+void DoSpeaker(VirtualTv& tv, const Json::Value& request) {
+  tv.SetSpeakerSelection(Number(request, "selection"));
+}
+
+Json::Value PackagesStatus(VirtualTv& tv) {
+  Json::Value packages = Json::arrayValue;
+  for (const std::string& id : tv.GetPackages().List()) {
+    packages.append(id);
+  }
+  return packages;
 }
 
 Json::Value SettingsAppStatus(VirtualTv& tv) {

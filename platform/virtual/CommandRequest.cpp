@@ -42,6 +42,17 @@ bool Flag(const Json::Value& request, const char* member) {
   return value.asBool();
 }
 
+std::string Address(const Json::Value& request, const char* member, GSocketFamily family) {
+  std::string text = Text(request, member);
+  if (!text.empty()) {
+    g_autoptr(GInetAddress) address = g_inet_address_new_from_string(text.c_str());
+    if (address == nullptr || g_inet_address_get_family(address) != family) {
+      throw Refused(Quoted(member) + " must be an address of its kind, or empty");
+    }
+  }
+  return text;
+}
+
 void RefuseAction(const std::string& what, const std::string& action) {
   throw Refused(what + " cannot \"" + action + "\"");
 }

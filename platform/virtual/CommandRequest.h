@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include <gio/gio.h>
 #include <json/value.h>
 
 /// Reading a request of the control socket, for those who carry it out.
@@ -23,6 +24,8 @@ int Number(const Json::Value& request, const char* member);
 /// @throws Refused also when it is not within the bounds, both included
 int Number(const Json::Value& request, const char* member, int least, int most);
 bool Flag(const Json::Value& request, const char* member);
+/// An IP address as text; empty for none. @throws Refused also when it is of another family
+std::string Address(const Json::Value& request, const char* member, GSocketFamily family);
 
 [[noreturn]] void RefuseAction(const std::string& what, const std::string& action);
 

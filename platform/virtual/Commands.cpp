@@ -118,6 +118,12 @@ void DoLatency(VirtualTv& tv, const Json::Value& request) {
   tv.SetLatency(FromWord(kEventKinds, "kind", kind), static_cast<unsigned>(milliseconds));
 }
 
+void DoDelay(VirtualTv& tv, const Json::Value& request) {
+  const std::string kind = Text(request, "kind");
+  const int milliseconds = Number(request, "ms", 0, kLongestTimeMs);
+  tv.DelayNext(FromWord(kEventKinds, "kind", kind), static_cast<unsigned>(milliseconds));
+}
+
 Json::Value Status(VirtualTv& tv) {
   Json::Value status;
   status["cable"] = tv.GetCable().IsAttached() ? "plugged" : "unplugged";
@@ -127,6 +133,8 @@ Json::Value Status(VirtualTv& tv) {
   status["wifi"] = WifiStatus(tv);
   status["internet"] = InternetStatus(tv);
   status["settings-app"] = SettingsAppStatus(tv);
+  status["packages"] = PackagesStatus(tv);
+  status["speaker"] = tv.SpeakerSelection();
   for (const auto& kind : kEventKinds) {
     status["latency"][std::string(kind.word)] = tv.LatencyMs(kind.value);
   }
@@ -189,8 +197,11 @@ constexpr Word<Deed> kDeeds[] = {
     {"internet", Just<DoInternet>},
     {"player", Just<DoPlayer>},
     {"settings-app", Just<DoSettingsApp>},
+    {"package", Just<DoPackage>},
+    {"speaker", Just<DoSpeaker>},
     {"feature", Just<DoFeature>},
     {"latency", Just<DoLatency>},
+    {"delay", Just<DoDelay>},
     {"fail", Just<DoFail>},
     {"stop-failing", Just<StopFailing>},
     {"status", TellStatus},

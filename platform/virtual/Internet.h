@@ -53,6 +53,8 @@ class Internet {
   };
   void SetWiredAddresses(const Addresses& addresses) { m_wired = addresses; }
   void SetCellularAddresses(const Addresses& addresses) { m_cellular = addresses; }
+  [[nodiscard]] const Addresses& WiredAddresses() const { return m_wired; }
+  [[nodiscard]] const Addresses& CellularAddresses() const { return m_cellular; }
   /// In the network that carries the traffic.
   /// @return empty for none
   [[nodiscard]] std::string Address(connection_address_family_e family) const;

@@ -25,6 +25,32 @@ constexpr Word<Internet::Carrier> kCarriers[] = {
 
 constexpr int kLongestLeaseSeconds = 1'000'000'000;
 
+using Getter = const Internet::Addresses& (Internet::*)() const;
+using Setter = void (Internet::*)(const Internet::Addresses&);
+
+struct Place {
+  Getter get;
+  Setter set;
+};
+
+constexpr Word<Place> kPlaces[] = {
+    {"cable", {&Internet::WiredAddresses, &Internet::SetWiredAddresses}},
+    {"dongle", {&Internet::CellularAddresses, &Internet::SetCellularAddresses}},
+};
+
+/// What the request does not speak of stays as it is.
+void SetAddresses(Internet& internet, const Json::Value& request) {
+  const Place place = FromWord(kPlaces, "network", Text(request, "network"));
+  Internet::Addresses addresses = (internet.*place.get)();
+  if (request.isMember("ipv4")) {
+    addresses.ipv4 = Address(request, "ipv4", G_SOCKET_FAMILY_IPV4);
+  }
+  if (request.isMember("ipv6")) {
+    addresses.ipv6 = Address(request, "ipv6", G_SOCKET_FAMILY_IPV6);
+  }
+  (internet.*place.set)(addresses);
+}
+
 }  // namespace
 
 void DoInternet(VirtualTv& tv, const Json::Value& request) {
@@ -40,6 +66,8 @@ void DoInternet(VirtualTv& tv, const Json::Value& request) {
     internet.SetHotspot(Number(request, "status"));
   } else if (action == "lease") {
     internet.SetLeaseSeconds(Number(request, "seconds", 0, kLongestLeaseSeconds));
+  } else if (action == "addresses") {
+    SetAddresses(internet, request);
   } else {
     RefuseAction("internet", action);
   }
@@ -54,6 +82,11 @@ Json::Value InternetStatus(VirtualTv& tv) {
   status["http"] = internet.IsHttpWorking();
   status["hotspot"] = internet.Hotspot();
   status["lease"] = internet.LeaseSeconds();
+  for (const auto& [word, place] : kPlaces) {
+    const Internet::Addresses& addresses = (internet.*place.get)();
+    status["addresses"][std::string(word)]["ipv4"] = addresses.ipv4;
+    status["addresses"][std::string(word)]["ipv6"] = addresses.ipv6;
+  }
   return status;
 }
 

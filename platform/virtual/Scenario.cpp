@@ -80,6 +80,19 @@ void ParseExpectation(const Words& words, Step& step) {
     return;
   } else if (has({"expect", "no", "kpi"}, 1)) {
     step.kind = Kind::kExpectNoKpi;
+  } else if (has({"expect", "json"}, 2)) {
+    step.kind = Kind::kExpectJson;
+    step.subject = words[2];
+    step.value = words[3];
+    return;
+  } else if (StartsWith(words, {"expect", "saved"})) {
+    step.kind = Kind::kExpectSaved;
+    step.fragments.assign(words.begin() + 2, words.end());
+    return;
+  } else if (StartsWith(words, {"expect", "top"})) {
+    step.kind = Kind::kExpectTop;
+    step.fragments.assign(words.begin() + 2, words.end());
+    return;
   } else if (has({"expect", "wifi"}, 1)) {
     step.kind = Kind::kExpectWifi;
     step.subject = words[2] == "none" ? "" : words[2];
@@ -87,7 +100,8 @@ void ParseExpectation(const Words& words, Step& step) {
   } else {
     throw SyntaxError(
         "expected: expect [no] popup KEYWORD | key KEY VALUE | log TEXT | file PATH | kpi CODE TEXT... "
-        "| calls FUNCTION NUMBER | wifi BSSID|none");
+        "| calls FUNCTION NUMBER | wifi BSSID|none | json KEY DOCUMENT | saved ESSID... | top "
+        "ESSID=STATUS...");
   }
   if (step.kind == Kind::kExpectKey) {
     step.value = words[3];
@@ -241,6 +255,9 @@ bool IsExpectation(Step::Kind kind) {
     case Kind::kExpectCalls:
     case Kind::kExpectKpi:
     case Kind::kExpectNoKpi:
+    case Kind::kExpectJson:
+    case Kind::kExpectSaved:
+    case Kind::kExpectTop:
     case Kind::kExpectWifi:
       return true;
   }

@@ -29,6 +29,9 @@ struct Step {
     kExpectCalls,         ///< the function `subject` was called `count` times since the last clear-calls
     kExpectKpi,  ///< the next KPI record of code `subject` that nobody expected yet has all `fragments`
     kExpectNoKpi,  ///< no KPI record of code `subject`, or of any, came that nobody expected
+    kExpectJson,   ///< the key `subject` holds the same JSON document as `value`
+    kExpectSaved,  ///< the list of saved networks has the names `fragments`, in this order
+    kExpectTop,    ///< the tile of the top ones has the names and statuses `fragments`, each NAME=STATUS
     kExpectWifi,   ///< the TV is connected to the radio `subject`, or to none when it is empty
   };
 

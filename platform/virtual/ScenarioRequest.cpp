@@ -72,14 +72,15 @@ Json::Value Heal(const Words& words) {
   return request;
 }
 
-Json::Value Latency(const Words& words) {
-  const auto latency = words.size() == 3 ? ParseDuration(words[2]) : std::nullopt;
-  if (!latency) {
-    throw Misuse{"latency KIND TIME, with TIME such as 50ms"};
+/// "latency KIND TIME", or "delay KIND TIME".
+Json::Value Duration(const Words& words) {
+  const auto duration = words.size() == 3 ? ParseDuration(words[2]) : std::nullopt;
+  if (!duration) {
+    throw Misuse{words[0] + " KIND TIME, with TIME such as 50ms"};
   }
-  Json::Value request = About("latency");
+  Json::Value request = About(words[0].c_str());
   request["kind"] = words[1];
-  request["ms"] = static_cast<Json::Int64>(latency->count());
+  request["ms"] = static_cast<Json::Int64>(duration->count());
   return request;
 }
 
@@ -92,21 +93,13 @@ Json::Value Plain(const Words& words) {
 
 using Maker = Json::Value (*)(const Words&);
 const std::map<std::string, Maker>& Makers() {
-  static const std::map<std::string, Maker> makers = {{"cable", Cable},
-                                                      {"dongle", Dongle},
-                                                      {"telephony", Telephony},
-                                                      {"fail", Fail},
-                                                      {"heal", Heal},
-                                                      {"feature", Feature},
-                                                      {"calls", Plain},
-                                                      {"latency", Latency},
-                                                      {"clear-calls", Plain},
-                                                      {"status", Plain},
-                                                      {"radio", Radio},
-                                                      {"wifi", Wifi},
-                                                      {"player", Player},
-                                                      {"settings-app", SettingsApplication},
-                                                      {"internet", InternetHealth}};
+  static const std::map<std::string, Maker> makers = {
+      {"cable", Cable},       {"dongle", Dongle},    {"telephony", Telephony},
+      {"fail", Fail},         {"heal", Heal},        {"feature", Feature},
+      {"calls", Plain},       {"latency", Duration}, {"delay", Duration},
+      {"clear-calls", Plain}, {"status", Plain},     {"radio", Radio},
+      {"wifi", Wifi},         {"player", Player},    {"settings-app", SettingsApplication},
+      {"package", Package},   {"speaker", Speaker},  {"internet", InternetHealth}};
   return makers;
 }
 

@@ -3,11 +3,15 @@
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <sstream>
+#include <vector>
 
 #include <glib.h>
+#include <json/reader.h>
 
 #include "ScenarioRequest.h"
 #include "SettingsFile.h"
+#include "vconf_keys.h"
 
 namespace scenario {
 namespace {
@@ -58,6 +62,68 @@ Outcome ExpectKey(const Step& step) {
 Outcome ExpectNoKey(const Step& step) {
   const auto value = ReadKey(step.subject);
   return DoneIf(!value, "it is \"" + value.value_or("") + "\"");
+}
+
+/// @param document  out: null when it is none
+bool ReadJson(const std::string& text, Json::Value& document) {
+  std::istringstream stream(text);
+  std::string error;
+  try {
+    return Json::parseFromStream(Json::CharReaderBuilder(), stream, &document, &error);
+  } catch (const Json::Exception&) {  // nested too deep
+    return false;
+  }
+}
+
+Outcome ExpectJson(const Step& step) {
+  const std::string held = ReadKey(step.subject).value_or("");
+  Json::Value document;
+  Json::Value expected;
+  const bool is_so = ReadJson(step.value, expected) && ReadJson(held, document) && document == expected;
+  return DoneIf(is_so, "it is " + (held.empty() ? "nothing" : held));
+}
+
+/// What a list of networks says of each.
+/// @return nullopt for what is no such list
+std::optional<std::vector<std::string>> NetworksIn(const char* key,
+                                                   std::string (*describe)(const Json::Value& network)) {
+  Json::Value document;
+  if (!ReadJson(ReadKey(key).value_or(""), document) || !document.isObject() ||
+      document["values"].isArray() == (document["count"] == 0)) {
+    return std::nullopt;
+  }
+  std::vector<std::string> networks;
+  for (const Json::Value& network : document["values"]) {
+    if (!network.isObject()) {
+      return std::nullopt;
+    }
+    networks.push_back(describe(network));
+  }
+  return networks;
+}
+
+Outcome ExpectNetworks(const Step& step, const char* key,
+                       std::string (*describe)(const Json::Value& network)) {
+  const auto networks = NetworksIn(key, describe);
+  if (!networks) {
+    return Unmet("there is no such list");
+  }
+  std::string shown;
+  for (const std::string& network : *networks) {
+    shown += " \"" + network + "\"";
+  }
+  return DoneIf(*networks == step.fragments, shown.empty() ? "it is empty" : "it is" + shown);
+}
+
+Outcome ExpectSaved(const Step& step) {
+  return ExpectNetworks(step, vconf_keys::kSavedAPList,
+                        [](const Json::Value& network) { return network["SSID"].asString(); });
+}
+
+Outcome ExpectTop(const Step& step) {
+  return ExpectNetworks(step, vconf_keys::kTopSavedAP, [](const Json::Value& network) {
+    return network["SSID"].asString() + "=" + network["STATUS"].asString();
+  });
 }
 
 Outcome AskTv(const Step& step, const Ask& ask) {
@@ -136,6 +202,12 @@ Outcome Play(const Step& step, const Ask& ask, KpiRecords& records) {
       return ExpectKpi(step, records);
     case Kind::kExpectNoKpi:
       return ExpectNoKpi(step, records);
+    case Kind::kExpectJson:
+      return ExpectJson(step);
+    case Kind::kExpectSaved:
+      return ExpectSaved(step);
+    case Kind::kExpectTop:
+      return ExpectTop(step);
     case Kind::kExpectWifi:
       return ExpectWifi(step, ask);
     case Kind::kClosePopup:

@@ -15,13 +15,15 @@ const Options& RadioOptions() {
       {"passphrase", OptionType::kText},  {"rssi", OptionType::kNumber},
       {"bandwidth", OptionType::kNumber}, {"mode", OptionType::kText},
       {"temper", OptionType::kText},      {"ipv4", OptionType::kText},
-      {"ipv6", OptionType::kText},
+      {"ipv6", OptionType::kText},        {"portal", OptionType::kText},
   };
   return options;
 }
 
 const Options& NetworkOptions() {
-  static const Options options = {{"security", OptionType::kText}, {"passphrase", OptionType::kText}};
+  static const Options options = {{"security", OptionType::kText},
+                                  {"passphrase", OptionType::kText},
+                                  {"frequency", OptionType::kNumber}};
   return options;
 }
 
@@ -50,7 +52,7 @@ Json::Value AddRadio(const Words& words) {
   constexpr char kUsage[] =
       "radio add BSSID ESSID [hidden] [off] [frequency=MHZ] [security=WORD] [passphrase=TEXT] "
       "[rssi=DBM] "
-      "[bandwidth=MHZ] [mode=WORD] [temper=WORD] [ipv4=ADDRESS] [ipv6=ADDRESS]";
+      "[bandwidth=MHZ] [mode=WORD] [temper=WORD] [ipv4=ADDRESS] [ipv6=ADDRESS] [portal=URL]";
   if (words.size() < 4) {
     throw Misuse{kUsage};
   }
@@ -71,7 +73,7 @@ Json::Value AddRadio(const Words& words) {
 }
 
 Json::Value SaveNetwork(const Words& words) {
-  constexpr char kUsage[] = "wifi save ESSID [security=WORD] [passphrase=TEXT]";
+  constexpr char kUsage[] = "wifi save ESSID [security=WORD] [passphrase=TEXT] [frequency=MHZ]";
   if (words.size() < 3) {
     throw Misuse{kUsage};
   }
@@ -81,6 +83,34 @@ Json::Value SaveNetwork(const Words& words) {
   for (std::size_t i = 3; i < words.size(); ++i) {
     TakeOption(words[i], NetworkOptions(), kUsage, request);
   }
+  return request;
+}
+
+Json::Value ConnectTo(const Words& words) {
+  constexpr char kUsage[] = "wifi connect BSSID [passphrase=TEXT]";
+  constexpr std::string_view kPassphrase = "passphrase=";
+  const bool has_passphrase = words.size() == 4 && words[3].starts_with(kPassphrase);
+  if (words.size() != 3 && !has_passphrase) {
+    throw Misuse{kUsage};
+  }
+  Json::Value request = About("wifi");
+  request["action"] = "connect";
+  request["bssid"] = words[2];
+  if (has_passphrase) {
+    request["passphrase"] = words[3].substr(kPassphrase.size());
+  }
+  return request;
+}
+
+Json::Value FailNext(const Words& words) {
+  const auto code = words.size() == 4 ? ParseNumber(words[3]) : std::nullopt;
+  if (!code) {
+    throw Misuse{"wifi fail-next scan|channel-scan|name-scan|connect|disconnect|portal CODE"};
+  }
+  Json::Value request = About("wifi");
+  request["action"] = "fail-next";
+  request["request"] = words[2];
+  request["code"] = *code;
   return request;
 }
 
@@ -102,11 +132,16 @@ Json::Value Radio(const Words& words) {
     request["temper"] = words[3];
     return request;
   }
+  if (words.size() == 4 && action == "portal") {
+    request["bssid"] = words[2];
+    request["portal"] = words[3] == "none" ? "" : words[3];
+    return request;
+  }
   const auto rssi = words.size() == 4 && action == "signal" ? ParseNumber(words[3]) : std::nullopt;
   if (!rssi) {
     throw Misuse{
         "radio add BSSID ESSID [OPTION...] | remove BSSID | on BSSID | off BSSID | signal BSSID DBM | "
-        "temper BSSID accepts|refuses|silent|answers-twice|no-address"};
+        "temper BSSID accepts|refuses|silent|answers-twice|no-address | portal BSSID URL|none"};
   }
   request["bssid"] = words[2];
   request["rssi"] = *rssi;
@@ -117,6 +152,12 @@ Json::Value Wifi(const Words& words) {
   const std::string action = words.size() > 1 ? words[1] : "";
   if (action == "save") {
     return SaveNetwork(words);
+  }
+  if (action == "connect") {
+    return ConnectTo(words);
+  }
+  if (action == "fail-next") {
+    return FailNext(words);
   }
   Json::Value request = About("wifi");
   request["action"] = action;
@@ -129,9 +170,8 @@ Json::Value Wifi(const Words& words) {
     request["bssid"] = words[2];
   } else if (words.size() != 2 || (action != "drop" && action != "see-all")) {
     throw Misuse{
-        "wifi join BSSID | drop | see-all | save ESSID [security=WORD] [passphrase=TEXT] | forget ESSID "
-        "| "
-        "snr DB"};
+        "wifi join BSSID | connect BSSID [passphrase=TEXT] | drop | see-all | save ESSID [OPTION...] | "
+        "forget ESSID | fail-next REQUEST CODE | snr DB"};
   }
   return request;
 }

@@ -25,5 +25,7 @@ Json::Value Wifi(const Words& words);
 Json::Value Player(const Words& words);
 Json::Value InternetHealth(const Words& words);
 Json::Value SettingsApplication(const Words& words);
+Json::Value Package(const Words& words);
+Json::Value Speaker(const Words& words);
 
 }  // namespace scenario

@@ -3,6 +3,9 @@
 #include <cstdlib>
 #include <memory>
 
+#include <json/value.h>
+#include <json/writer.h>
+
 #include "PlatformLog.h"
 #include "SettingsFile.h"
 #include "SettingsWatcher.h"
@@ -79,6 +82,34 @@ bool SettingsApp::Press(Answer button) {
   }
   TakeQuestionAway();
   Say(button == Answer::kConfirm ? "CONNECTPRESSED" : "CANCELPRESSED");
+  return true;
+}
+
+bool SettingsApp::Connect(const std::string& essid) {
+  return Command("1", &essid);
+}
+
+bool SettingsApp::TellForgotten() {
+  return Command("2", nullptr);
+}
+
+bool SettingsApp::Reset() {
+  return Command("3", nullptr);
+}
+
+/// @param essid  null for a command without one
+bool SettingsApp::Command(const char* number, const std::string* essid) {
+  if (!m_is_open) {
+    return false;
+  }
+  Json::Value command;
+  command["COMMAND"] = number;
+  if (essid != nullptr) {
+    command["SSID"] = *essid;
+  }
+  Json::StreamWriterBuilder writing;
+  writing["indentation"] = "";
+  Write(vconf_keys::kCommand, settings::FromText(Json::writeString(writing, command).c_str()));
   return true;
 }
 

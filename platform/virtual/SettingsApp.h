@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include <glib.h>
@@ -7,8 +8,8 @@
 #include "vconf.h"
 
 /// The network settings application and the viewer in front of it, as far as the program under the TV
-/// talks with them: over the key "db/menu/network/launchNS", which both sides write and watch. Owned by
-/// VirtualTv; main-loop thread only.
+/// talks with them: over the key "db/menu/network/launchNS", which both sides write and watch, and with
+/// the commands on saved networks. Owned by VirtualTv; main-loop thread only.
 ///
 /// The application answers a question only while it is open: one that is closed shows nothing.
 class SettingsApp {
@@ -47,6 +48,13 @@ class SettingsApp {
   /// @return false when there is no question on the screen, and for kNone
   bool Press(Answer button);
 
+  /// The viewer taps a saved network, says that the saved networks have changed, or resets the network:
+  /// the application writes its command to "memory/Pelorus/Command".
+  /// @return false when the application is not open
+  bool Connect(const std::string& essid);
+  bool TellForgotten();
+  bool Reset();
+
   /// What becomes of the questions from now on, and after how long. The one on the screen stays as it
   /// is.
   void SetAnswer(Answer answer, unsigned delay_ms = kDefaultDelayMs);
@@ -58,6 +66,7 @@ class SettingsApp {
   [[nodiscard]] bool HasPageChanged() const { return m_has_page_changed; }
 
  private:
+  bool Command(const char* number, const std::string* essid);
   static void OnWritten(keynode_t* node, void* self);
   void OnValue(std::string_view value);
   void TakeQuestionAway();

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include <gio/gio.h>
+#include <glib.h>
 
 #include "CommandRequest.h"
 #include "VirtualTv.h"
@@ -39,6 +39,15 @@ constexpr Word<wifi_connection_state_e> kStates[] = {
     {"connected", WIFI_CONNECTION_STATE_CONNECTED},
 };
 
+constexpr Word<WifiRequest> kRequests[] = {
+    {"scan", WifiRequest::kScan},
+    {"channel-scan", WifiRequest::kChannelScan},
+    {"name-scan", WifiRequest::kNameScan},
+    {"connect", WifiRequest::kConnect},
+    {"disconnect", WifiRequest::kDisconnect},
+    {"portal", WifiRequest::kPortal},
+};
+
 constexpr int kWeakestRssi = -120;
 constexpr int kStrongestRssi = -1;
 constexpr int kLowestFrequency = 2400;
@@ -47,6 +56,7 @@ constexpr int kWidestBandwidth = 320;
 constexpr int kGreatestSnr = 120;
 constexpr std::size_t kLongestEssid = 32;
 constexpr std::size_t kLongestPassphrase = 64;
+constexpr std::size_t kLongestUrl = 2048;
 
 /// @return in capitals, as access points are named throughout
 std::string Bssid(const Json::Value& request) {
@@ -82,22 +92,26 @@ std::string Passphrase(const Json::Value& request) {
   return passphrase;
 }
 
+/// @return empty for none
+std::string PortalUrl(const Json::Value& request) {
+  std::string url = Text(request, "portal");
+  if (url.size() > kLongestUrl || url.find('\0') != std::string::npos) {
+    throw Refused("the address of a portal has at most 2048 bytes");
+  }
+  return url;
+}
+
+/// @return 0 when the request does not say
+int SavedFrequency(const Json::Value& request) {
+  return request.isMember("frequency")
+             ? Number(request, "frequency", kLowestFrequency, kHighestFrequency)
+             : 0;
+}
+
 /// @param usual  when the request does not say
 wifi_security_type_e Security(const Json::Value& request, wifi_security_type_e usual) {
   return request.isMember("security") ? FromWord(kSecurities, "security", Text(request, "security"))
                                       : usual;
-}
-
-/// @return empty for none
-std::string Address(const Json::Value& request, const char* member, GSocketFamily family) {
-  std::string text = Text(request, member);
-  if (!text.empty()) {
-    g_autoptr(GInetAddress) address = g_inet_address_new_from_string(text.c_str());
-    if (address == nullptr || g_inet_address_get_family(address) != family) {
-      throw Refused(std::string("\"") + member + "\" must be an address of its kind, or empty");
-    }
-  }
-  return text;
 }
 
 Radio RadioOf(const Json::Value& request) {
@@ -133,6 +147,9 @@ Radio RadioOf(const Json::Value& request) {
   if (request.isMember("ipv6")) {
     radio.ipv6 = Address(request, "ipv6", G_SOCKET_FAMILY_IPV6);
   }
+  if (request.isMember("portal")) {
+    radio.portal_url = PortalUrl(request);
+  }
   return radio;
 }
 
@@ -150,7 +167,31 @@ void Save(Wifi& wifi, const Json::Value& request) {
   network.essid = Essid(request);
   network.security = Security(request, WIFI_SECURITY_TYPE_WPA2_PSK);
   network.passphrase = Passphrase(request);
+  network.frequency = SavedFrequency(request);
   wifi.Save(network);
+}
+
+/// The viewer picks a network in a list and types its passphrase.
+void Connect(Wifi& wifi, const Json::Value& request) {
+  const std::string bssid = Bssid(request);
+  const Radio* const radio = wifi.FindRadio(bssid);
+  if (radio == nullptr || !radio->is_on) {
+    throw Refused("there is no radio " + bssid + " on the air");
+  }
+  const std::string passphrase =
+      request.isMember("passphrase") ? Passphrase(request) : radio->passphrase;
+  const WifiTarget target(
+      {radio->essid.c_str(), bssid.c_str(), radio->frequency, radio->security, passphrase.c_str()});
+  const wifi_error_e error = wifi.Requests().Connect(target, [](int /*result*/) {});
+  if (error != WIFI_ERROR_NONE) {
+    throw Refused(error == WIFI_ERROR_ALREADY_EXISTS ? "the TV is connected to it already"
+                                                     : "Wi-Fi is switched off");
+  }
+}
+
+void FailNext(Wifi& wifi, const Json::Value& request) {
+  const WifiRequest kind = FromWord(kRequests, "request", Text(request, "request"));
+  wifi.FailNext(kind, Number(request, "code"));
 }
 
 }  // namespace
@@ -163,7 +204,7 @@ void DoRadio(VirtualTv& tv, const Json::Value& request) {
     return;
   }
   if (action != "remove" && action != "on" && action != "off" && action != "signal" &&
-      action != "temper") {
+      action != "temper" && action != "portal") {
     RefuseAction("radio", action);
   }
   const std::string bssid = Bssid(request);
@@ -174,6 +215,8 @@ void DoRadio(VirtualTv& tv, const Json::Value& request) {
     radio.rssi = Number(request, "rssi", kWeakestRssi, kStrongestRssi);
   } else if (action == "temper") {
     radio.temper = FromWord(kTempers, "temper", Text(request, "temper"));
+  } else if (action == "portal") {
+    radio.portal_url = PortalUrl(request);
   } else {
     wifi.SetOn(bssid, action == "on");
   }
@@ -187,6 +230,8 @@ void DoWifi(VirtualTv& tv, const Json::Value& request) {
     if (!wifi.Join(bssid)) {
       throw Refused("there is no radio " + bssid + " on the air");
     }
+  } else if (action == "connect") {
+    Connect(wifi, request);
   } else if (action == "drop") {
     wifi.Drop();
   } else if (action == "see-all") {
@@ -197,6 +242,8 @@ void DoWifi(VirtualTv& tv, const Json::Value& request) {
     if (!wifi.Forget(Essid(request))) {
       throw Refused("there is no such saved network");
     }
+  } else if (action == "fail-next") {
+    FailNext(wifi, request);
   } else if (action == "snr") {
     wifi.SetSnr(Number(request, "snr", -kGreatestSnr, kGreatestSnr));
   } else {
@@ -220,12 +267,13 @@ Json::Value RadiosStatus(VirtualTv& tv) {
     status["temper"] = ToWord(kTempers, radio.temper);
     status["ipv4"] = radio.ipv4;
     status["ipv6"] = radio.ipv6;
+    status["portal"] = radio.portal_url;
   }
   return radios;
 }
 
 Json::Value WifiStatus(VirtualTv& tv) {
-  const Wifi& wifi = tv.GetWifi();
+  Wifi& wifi = tv.GetWifi();
   Json::Value status;
   status["state"] = ToWord(kStates, wifi.State());
   status["bssid"] = wifi.ConnectedBssid();
@@ -235,6 +283,13 @@ Json::Value WifiStatus(VirtualTv& tv) {
     Json::Value& saved = status["saved"].append(Json::objectValue);
     saved["essid"] = network.essid;
     saved["security"] = ToWord(kSecurities, network.security);
+    saved["frequency"] = network.frequency;
+  }
+  status["failing-next"] = Json::objectValue;
+  for (const auto& [request, code] : wifi.Failures().Ordered()) {
+    if (code != 0) {
+      status["failing-next"][ToWord(kRequests, request)] = code;
+    }
   }
   return status;
 }

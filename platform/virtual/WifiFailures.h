@@ -22,6 +22,9 @@ class WifiFailures {
   /// @return 0 when the answer is what it would be
   int Take(WifiRequest request) { return std::exchange(m_codes[request], 0); }
 
+  /// Those that are still to come, and, as 0, those that are taken.
+  [[nodiscard]] const std::map<WifiRequest, int>& Ordered() const { return m_codes; }
+
  private:
   std::map<WifiRequest, int> m_codes;
 };

@@ -94,7 +94,10 @@ TEST_F(PelorusctlTv, EachCommandReachesTheTv) {
             "telephony     running\n"
             "wifi          disconnected\n"
             "internet      through cable, gateway on, dns on, http on, hotspot 0, lease 86400 s\n"
+            "addresses     cable 192.168.0.10\n"
+            "addresses     dongle 10.64.12.5\n"
             "settings-app  closed, questions stay\n"
+            "speaker       0\n"
             "latency       address 300 ms\n"
             "latency       cable 70 ms\n"
             "latency       channel-scan 100 ms\n"
@@ -133,13 +136,25 @@ TEST_F(PelorusctlTv, RadiosWifiInternetPlayerAndSettingsApplicationAreReached) {
         Arguments{"tv", "radio", "off", "AA:BB:CC:DD:EE:02"},
         Arguments{"tv", "radio", "signal", "AA:BB:CC:DD:EE:02", "-71"},
         Arguments{"tv", "radio", "temper", "AA:BB:CC:DD:EE:02", "refuses"},
-        Arguments{"tv", "wifi", "see-all"}, Arguments{"tv", "wifi", "join", "AA:BB:CC:DD:EE:01"},
-        Arguments{"tv", "wifi", "save", "Pub", "security=open"},
+        Arguments{"tv", "radio", "portal", "AA:BB:CC:DD:EE:02", "http://portal/"},
+        Arguments{"tv", "wifi", "see-all"},
+        Arguments{"tv", "wifi", "join", "AA:BB:CC:DD:EE:01"},
+        Arguments{"tv", "wifi", "save", "Pub", "security=open", "frequency=2412"},
+        Arguments{"tv", "wifi", "fail-next", "portal", "-5"},
+        Arguments{"tv", "delay", "portal", "1s"},
+        Arguments{"tv", "package", "install", "org.orvik.browser"},
+        Arguments{"tv", "package", "install", "gone"},
+        Arguments{"tv", "package", "remove", "gone"},
+        Arguments{"tv", "speaker", "4"},
+        Arguments{"tv", "internet", "addresses", "dongle", "ipv4=", "ipv6="},
         Arguments{"tv", "wifi", "save", "Inn", "passphrase=top secret"},
-        Arguments{"tv", "wifi", "forget", "Inn"}, Arguments{"tv", "wifi", "snr", "-3"},
-        Arguments{"tv", "internet", "dns", "off"}, Arguments{"tv", "internet", "lease", "60"},
+        Arguments{"tv", "wifi", "forget", "Inn"},
+        Arguments{"tv", "wifi", "snr", "-3"},
+        Arguments{"tv", "internet", "dns", "off"},
+        Arguments{"tv", "internet", "lease", "60"},
         Arguments{"tv", "internet", "report", "HTTP", "-1"},
-        Arguments{"tv", "player", "interference", "-7"}, Arguments{"tv", "settings-app", "open"},
+        Arguments{"tv", "player", "interference", "-7"},
+        Arguments{"tv", "settings-app", "open"},
         Arguments{"tv", "settings-app", "answer", "decline", "2s"}}) {
     const Result result = Ctl(arguments);
     EXPECT_EQ(result.code, 0) << arguments[1] << " " << arguments[2] << ": " << result.err;
@@ -149,15 +164,20 @@ TEST_F(PelorusctlTv, RadiosWifiInternetPlayerAndSettingsApplicationAreReached) {
   EXPECT_TRUE(Contains(
       status,
       "wifi          connected to AA:BB:CC:DD:EE:01\n"
-      "saved         \"My home\" wpa2\n"
-      "saved         \"Pub\" open\n"
+      "saved         \"My home\" wpa2, 2437 MHz\n"
+      "saved         \"Pub\" open, 2412 MHz\n"
       "radio         AA:BB:CC:DD:EE:01 \"My home\" wpa2, 2437 MHz, 20 MHz wide, 802.11n, -50 dBm, "
       "accepts\n"
       "radio         AA:BB:CC:DD:EE:02 \"My home\" wpa2, 5180 MHz, 80 MHz wide, 802.11ac, -71 dBm, "
-      "refuses, hidden, off\n"
+      "refuses, hidden, off, portal http://portal/\n"
       "internet      through wifi, gateway on, dns off, http on, hotspot 0, lease 60 s\n"
-      "settings-app  open, questions: decline after 2000 ms\n"))
+      "addresses     cable 192.168.0.10\n"
+      "addresses     dongle none\n"
+      "settings-app  open, questions: decline after 2000 ms\n"
+      "package       org.orvik.browser\n"
+      "speaker       4\n"))
       << status;
+  EXPECT_TRUE(Contains(status, "failing-next  portal with -5\n")) << status;
   EXPECT_FALSE(Contains(status + Ctl({"tv", "status", "--json"}).out, "secret"));
   EXPECT_EQ(Ctl({"get", "memory/sp-kpi/net_interfer"}).out, "-7\n");
 }

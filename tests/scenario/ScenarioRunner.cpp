@@ -157,6 +157,9 @@ class Player {
       case Kind::kExpectCalls:
       case Kind::kExpectKpi:
       case Kind::kExpectNoKpi:
+      case Kind::kExpectJson:
+      case Kind::kExpectSaved:
+      case Kind::kExpectTop:
       case Kind::kExpectWifi:
         break;
     }

@@ -76,6 +76,37 @@ TEST(ScenarioStep, TheRadioThatTheTvIsConnectedToIsAskedFor) {
   EXPECT_EQ(Played("expect wifi none", answer).why, "no");
 }
 
+TEST(ScenarioStep, DocumentsAreComparedByWhatTheySay) {
+  using Kind = scenario::Outcome::Kind;
+  vconf_set_str("memory/a", "{\"count\" : 1,\n\t\"values\":[2]}");
+  EXPECT_EQ(Played("expect json memory/a '{\"values\":[2],\"count\":1}'").kind, Kind::kDone);
+  EXPECT_EQ(Played("expect json memory/a '{\"values\":[3],\"count\":1}'").kind, Kind::kUnmet);
+  EXPECT_EQ(Played("expect json memory/none '{}'").why, "it is nothing");
+  Played("set memory/a string torn");
+  EXPECT_EQ(Played("expect json memory/a torn").why, "it is torn") << "no document equals another";
+}
+
+TEST(ScenarioStep, TheListsOfNetworksAreToldInWords) {
+  using Kind = scenario::Outcome::Kind;
+  EXPECT_EQ(Played("expect saved").why, "there is no such list") << "none is not an empty one";
+  vconf_set_str("db/menu/network/SavedAPList", R"({"count":0})");
+  EXPECT_EQ(Played("expect saved").kind, Kind::kDone);
+  EXPECT_EQ(Played("expect saved Home").why, "it is empty");
+  vconf_set_str("db/menu/network/SavedAPList",
+                R"({"count":2,"values":[{"SSID":"Home"},{"SSID":"The office"}]})");
+  EXPECT_EQ(Played("expect saved Home 'The office'").kind, Kind::kDone);
+  EXPECT_EQ(Played("expect saved 'The office' Home").why, R"(it is "Home" "The office")");
+  EXPECT_EQ(Played("expect saved Home").kind, Kind::kUnmet);
+  vconf_set_str("db/menu/network/TopSavedAP",
+                R"({"count":1,"values":[{"SSID":"Home","STATUS":"Connected"}]})");
+  EXPECT_EQ(Played("expect top Home=Connected").kind, Kind::kDone);
+  EXPECT_EQ(Played("expect top Home=DisConnected").why, "it is \"Home=Connected\"");
+  for (const char* damaged : {"", "[]", "{}", R"({"count":1,"values":[7]})", R"({"count":1})"}) {
+    vconf_set_str("db/menu/network/TopSavedAP", damaged);
+    EXPECT_EQ(Played("expect top").why, "there is no such list") << damaged;
+  }
+}
+
 void HandOver(const char* code, const char* event, const char* description) {
   EXPECT_EQ(Ledgerline::CLogger::GetInstance()->AddEventLogSync("21_wireless", event, code, description),
             Ledgerline::CLogger::kSuccess);

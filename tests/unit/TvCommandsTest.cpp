@@ -1,6 +1,7 @@
 #include "Commands.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -185,6 +186,117 @@ TEST_F(TvCommands, PlaysThePlayerAndTheSettingsApplication) {
   EXPECT_FALSE(app.IsOpen());
 }
 
+TEST_F(TvCommands, PutsUpAPortalAndTakesItAway) {
+  Wifi& wifi = Tv().GetWifi();
+  Ask(AddRadioWith(R"("portal":"http://portal/?room=1&tv")"));
+  const Radio* const radio = wifi.FindRadio("AA:BB:CC:DD:EE:01");
+  ASSERT_NE(radio, nullptr);
+  EXPECT_EQ(radio->portal_url, "http://portal/?room=1&tv");
+  EXPECT_EQ(Parsed(Ask(R"({"do":"status"})"))["tv"]["radios"][0]["portal"], "http://portal/?room=1&tv");
+  EXPECT_EQ(Ask(R"({"do":"radio","action":"portal","bssid":"AA:BB:CC:DD:EE:01","portal":""})"), kDone);
+  EXPECT_EQ(radio->portal_url, "");
+}
+
+TEST_F(TvCommands, ConnectsAsSomebodyInTheSettingsDoes) {
+  Wifi& wifi = Tv().GetWifi();
+  Ask(AddRadioWith(R"("passphrase":"secret")"));
+  wifi.SeeAll();
+  EXPECT_EQ(Ask(R"({"do":"wifi","action":"connect","bssid":"AA:BB:CC:DD:EE:01"})"), kDone);
+  RunLoopFor(milliseconds(500));
+  EXPECT_EQ(wifi.State(), WIFI_CONNECTION_STATE_ASSOCIATION) << "it takes its time";
+  RunLoopFor(milliseconds(1000));
+  EXPECT_EQ(wifi.ConnectedBssid(), "AA:BB:CC:DD:EE:01");
+  ASSERT_NE(wifi.FindSaved("Home", WIFI_SECURITY_TYPE_WPA2_PSK), nullptr);
+  EXPECT_EQ(wifi.FindSaved("Home", WIFI_SECURITY_TYPE_WPA2_PSK)->passphrase, "secret");
+  EXPECT_EQ(Parsed(Ask(R"({"do":"wifi","action":"connect","bssid":"AA:BB:CC:DD:EE:01"})"))["error"],
+            "the TV is connected to it already");
+  wifi.Drop();
+  wifi.Forget("Home");
+  EXPECT_EQ(Ask(R"({"do":"wifi","action":"connect","bssid":"AA:BB:CC:DD:EE:01","passphrase":"x"})"),
+            kDone);
+  RunLoopFor(milliseconds(2000));
+  EXPECT_EQ(wifi.State(), WIFI_CONNECTION_STATE_DISCONNECTED) << "the passphrase is wrong";
+}
+
+TEST_F(TvCommands, OrdersFailuresAndDelaysOfTheNextAnswer) {
+  Wifi& wifi = Tv().GetWifi();
+  int code = -1;
+  for (const auto& [word, request] :
+       {std::pair("scan", WifiRequest::kScan), std::pair("channel-scan", WifiRequest::kChannelScan),
+        std::pair("name-scan", WifiRequest::kNameScan), std::pair("connect", WifiRequest::kConnect),
+        std::pair("disconnect", WifiRequest::kDisconnect), std::pair("portal", WifiRequest::kPortal)}) {
+    --code;
+    EXPECT_EQ(Ask(std::string(R"({"do":"wifi","action":"fail-next","request":")") + word +
+                  R"(","code":)" + std::to_string(code) + "}"),
+              kDone);
+    EXPECT_EQ(Parsed(Ask(R"({"do":"status"})"))["tv"]["wifi"]["failing-next"][word], code);
+    EXPECT_EQ(wifi.Failures().Take(request), code);
+    EXPECT_FALSE(Parsed(Ask(R"({"do":"status"})"))["tv"]["wifi"]["failing-next"].isMember(word))
+        << "it has failed";
+  }
+
+  EXPECT_EQ(Ask(R"({"do":"delay","kind":"connect","ms":5000})"), kDone);
+  Ask(AddRadioWith(R"("passphrase":"secret")"));
+  for (const char* expected : {"", "AA:BB:CC:DD:EE:01"}) {
+    wifi.SeeAll();
+    Ask(R"({"do":"wifi","action":"connect","bssid":"AA:BB:CC:DD:EE:01"})");
+    RunLoopFor(milliseconds(2000));
+    EXPECT_EQ(wifi.ConnectedBssid(), expected) << "the first alone is late";
+    RunLoopFor(milliseconds(5000));
+    EXPECT_EQ(wifi.ConnectedBssid(), "AA:BB:CC:DD:EE:01");
+    wifi.Drop();
+  }
+}
+
+TEST_F(TvCommands, InstallsPackagesChoosesSpeakersAndSetsAddresses) {
+  EXPECT_EQ(Ask(R"({"do":"package","action":"install","id":"org.orvik.browser"})"), kDone);
+  EXPECT_EQ(Parsed(Ask(R"({"do":"status"})"))["tv"]["packages"][0], "org.orvik.browser");
+  EXPECT_EQ(Ask(R"({"do":"package","action":"remove","id":"org.orvik.browser"})"), kDone);
+  EXPECT_TRUE(Tv().GetPackages().List().empty());
+  EXPECT_EQ(Ask(R"({"do":"speaker","selection":4})"), kDone);
+  EXPECT_EQ(Tv().SpeakerSelection(), 4);
+  EXPECT_EQ(Parsed(Ask(R"({"do":"status"})"))["tv"]["speaker"], 4);
+
+  const Internet& internet = Tv().GetInternet();
+  const std::string wired = internet.WiredAddresses().ipv4;
+  EXPECT_EQ(Ask(R"({"do":"internet","action":"addresses","network":"cable","ipv6":"2001:db8::1"})"),
+            kDone);
+  EXPECT_EQ(internet.WiredAddresses().ipv6, "2001:db8::1");
+  EXPECT_EQ(internet.WiredAddresses().ipv4, wired) << "nobody spoke of it";
+  EXPECT_EQ(
+      Ask(R"({"do":"internet","action":"addresses","network":"dongle","ipv4":"","ipv6":"fe80::9"})"),
+      kDone);
+  EXPECT_EQ(internet.CellularAddresses().ipv4, "");
+  EXPECT_EQ(internet.CellularAddresses().ipv6, "fe80::9");
+  const Json::Value addresses = Parsed(Ask(R"({"do":"status"})"))["tv"]["internet"]["addresses"];
+  EXPECT_EQ(addresses["cable"]["ipv6"], "2001:db8::1");
+  EXPECT_EQ(addresses["dongle"]["ipv6"], "fe80::9");
+}
+
+TEST_F(TvCommands, SavedNetworksHaveAFrequency) {
+  EXPECT_EQ(Ask(R"({"do":"wifi","action":"save","essid":"Pub","frequency":5180})"), kDone);
+  EXPECT_EQ(Tv().GetWifi().Saved().at(0).frequency, 5180);
+  EXPECT_EQ(Parsed(Ask(R"({"do":"status"})"))["tv"]["wifi"]["saved"][0]["frequency"], 5180);
+}
+
+TEST_F(TvCommands, TheSettingsApplicationWritesItsCommandsOnSavedNetworks) {
+  const auto command = [] {
+    char* const text = vconf_get_str(vconf_keys::kCommand);
+    std::string owned = text == nullptr ? "" : text;
+    std::free(text);
+    return owned;
+  };
+  Tv().GetWifi().Save({.essid = "Office"});
+  Tv().GetSettingsApp().Open();
+  EXPECT_EQ(Ask(R"({"do":"settings-app","action":"connect","essid":"My \"home\""})"), kDone);
+  EXPECT_EQ(command(), R"({"COMMAND":"1","SSID":"My \"home\""})");
+  EXPECT_EQ(Ask(R"({"do":"settings-app","action":"forget","essid":"Office"})"), kDone);
+  EXPECT_EQ(command(), R"({"COMMAND":"2"})");
+  EXPECT_TRUE(Tv().GetWifi().Saved().empty());
+  EXPECT_EQ(Ask(R"({"do":"settings-app","action":"reset"})"), kDone);
+  EXPECT_EQ(command(), R"({"COMMAND":"3"})");
+}
+
 TEST_F(TvCommands, StatusTellsTheWholeModel) {
   Tv().PlugCable();
   Tv().StartTelephony();
@@ -305,6 +417,25 @@ TEST_F(TvCommands, WhatCannotBeDoneIsRefusedAndChangesNothing) {
            std::string(R"({"do":"internet","action":"report","step":"HTTP"})"),
            std::string(R"({"do":"internet","action":"lease","seconds":-1})"),
            std::string(R"({"do":"internet","action":"hotspot"})"),
+           std::string(R"({"do":"internet","action":"addresses","network":"wifi","ipv4":"10.0.0.1"})"),
+           std::string(R"({"do":"internet","action":"addresses","network":"cable","ipv6":"10.0.0.1"})"),
+           AddRadioWith(R"("portal":7)"),
+           AddRadioWith("\"portal\":\"" + std::string(2049, 'x') + "\""),
+           std::string(R"({"do":"radio","action":"portal","bssid":"AA:BB:CC:DD:EE:01","portal":""})"),
+           std::string(R"({"do":"wifi","action":"connect","bssid":"AA:BB:CC:DD:EE:01"})"),
+           std::string(R"({"do":"wifi","action":"fail-next","request":"dance","code":-1})"),
+           std::string(R"({"do":"wifi","action":"fail-next","request":"scan"})"),
+           std::string(R"({"do":"wifi","action":"save","essid":"Home","frequency":99})"),
+           std::string(R"({"do":"delay","kind":"smell","ms":1})"),
+           std::string(R"({"do":"delay","kind":"connect","ms":-1})"),
+           std::string(R"({"do":"package","action":"paint","id":"a"})"),
+           std::string(R"({"do":"package","action":"install","id":""})"),
+           std::string(R"({"do":"package","action":"install","id":"a b"})"),
+           std::string(R"({"do":"package","action":"remove","id":"a"})"),
+           std::string(R"({"do":"speaker","selection":"loud"})"),
+           std::string(R"({"do":"settings-app","action":"connect","essid":"Home"})"),
+           std::string(R"({"do":"settings-app","action":"forget","essid":"Home"})"),
+           std::string(R"({"do":"settings-app","action":"reset"})"),
            std::string(R"({"do":"player","report":"boredom","value":1})"),
            std::string(R"({"do":"player","report":"buffering","value":"1"})"),
            std::string(R"({"do":"settings-app","action":"dance"})"),
@@ -325,6 +456,8 @@ TEST_F(TvCommands, WhatCannotBeDoneIsRefusedAndChangesNothing) {
   EXPECT_TRUE(Tv().GetWifi().Radios().empty());
   EXPECT_TRUE(Tv().GetWifi().Saved().empty());
   EXPECT_EQ(Tv().GetWifi().State(), WIFI_CONNECTION_STATE_DISCONNECTED);
+  EXPECT_TRUE(Tv().GetPackages().List().empty());
+  EXPECT_EQ(Tv().SpeakerSelection(), 0);
   EXPECT_TRUE(Tv().GetInternet().IsGatewayWorking());
   EXPECT_EQ(Tv().GetSettingsApp().CurrentAnswer(), SettingsApp::Answer::kNone);
 }
