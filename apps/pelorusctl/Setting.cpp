@@ -147,6 +147,22 @@ std::string QuotedText(GVariant* value) {
   return text;
 }
 
+std::string Cell(const std::string& key, const Setting& setting) {
+  switch (setting.state) {
+    case Setting::State::kNone:
+    case Setting::State::kGroup:
+      return "-";
+    case Setting::State::kDamaged:
+      return "(damaged)";
+    case Setting::State::kUnreadable:
+      return std::string("(") + g_strerror(setting.error) + ")";
+    case Setting::State::kValue:
+      break;
+  }
+  GVariant* value = setting.value.get();
+  return QuotedText(value) + (Complaint(key, setting) ? " (wrong type: " + TypeNameOf(value) + ")" : "");
+}
+
 Json::Value ToJson(GVariant* value) {
   const auto type = TypeOf(value);
   if (type == Type::kInt) {

@@ -51,6 +51,9 @@ std::string PlainText(GVariant* value);
 /// The value on one line, as the store writes it: strings in quotes, with control characters escaped.
 std::string QuotedText(GVariant* value);
 
+/// What a table shows of a key: the value on one line, "-", or in parentheses why there is none to use.
+std::string Cell(const std::string& key, const Setting& setting);
+
 /// The value for JSON. A string that is not UTF-8 loses the bytes that JSON cannot hold.
 Json::Value ToJson(GVariant* value);
 

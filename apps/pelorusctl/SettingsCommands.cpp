@@ -145,22 +145,6 @@ std::vector<std::string> KeysToList(const ListOptions& options) {
   return {keys.begin(), keys.end()};
 }
 
-std::string ValueCell(const std::string& key, const Setting& setting) {
-  switch (setting.state) {
-    case Setting::State::kNone:
-    case Setting::State::kGroup:
-      return "-";
-    case Setting::State::kDamaged:
-      return "(damaged)";
-    case Setting::State::kUnreadable:
-      return std::string("(") + g_strerror(setting.error) + ")";
-    case Setting::State::kValue:
-      break;
-  }
-  GVariant* value = setting.value.get();
-  return QuotedText(value) + (Complaint(key, setting) ? " (wrong type: " + TypeNameOf(value) + ")" : "");
-}
-
 Row RowOf(const std::string& key) {
   const vconf_keys::Entry* entry = catalogue::Find(key);
   const Setting setting = ReadSetting(key);
@@ -170,7 +154,7 @@ Row RowOf(const std::string& key) {
   } else if (setting.value != nullptr) {
     type = TypeNameOf(setting.value.get());
   }
-  return {key, type, ValueCell(key, setting),
+  return {key, type, Cell(key, setting),
           entry == nullptr ? "(not in the catalogue)" : std::string(entry->meaning)};
 }
 

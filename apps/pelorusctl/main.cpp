@@ -8,8 +8,10 @@
 #include "ExitCodes.h"
 #include "KpiCommands.h"
 #include "Message.h"
+#include "SavedCommands.h"
 #include "SettingsCommands.h"
 #include "Spelling.h"
+#include "StatusCommand.h"
 #include "TvCommands.h"
 
 namespace {
@@ -47,8 +49,8 @@ int OnParseError(const CLI::App& app, const CLI::ParseError& error) {
 
 int RunCommandLine(int argc, char** argv) {
   CLI::App app(
-      "Reads, writes and watches the settings of Pelorus, shows its measurement records, and operates "
-      "its virtual TV.",
+      "Reads, writes and watches the settings of Pelorus, shows its saved networks and measurement "
+      "records, and operates its virtual TV.",
       "pelorusctl");
   int exit_code = exit_codes::kDone;
   app.set_version_flag("--version", "pelorusctl " PELORUS_VERSION);
@@ -56,6 +58,8 @@ int RunCommandLine(int argc, char** argv) {
   app.require_subcommand(1);
   app.fallthrough();
   AddSettingsCommands(app, exit_code);
+  AddStatusCommand(app, exit_code);
+  AddSavedCommands(app, exit_code);
   AddKpiCommands(app, exit_code);
   AddTvCommands(app, exit_code);
   try {
