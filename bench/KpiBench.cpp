@@ -17,6 +17,7 @@
 #include <unistd.h>
 
 #include "CacheDualBandStatus.h"
+#include "Flats.h"
 #include "KPICreator2017.h"
 #include "Log.h"
 #include "Medians.h"
@@ -30,63 +31,17 @@
 
 namespace {
 
-constexpr int kAccessPoints = 500;
+using flats::Ap;
+using flats::Bssid;
+using flats::ConnectedAp;
+using flats::kConnected;
+using flats::Require;
+
 constexpr int kCacheEntries = 10'000;
 constexpr int kQueuedRecords = 25;
-constexpr char kConnected[] = "02:00:00:00:00:01";
 constexpr char kSampleDescription[] =
     "{swreason=1;diffmac=4;rssis=-62/2437|-55/5180;interferences=0/2437|0/5180;protocols=802.11n/2437|"
     "802.11ac/5180;select=1;appid=org.example.player;iptype=2;aptype=0;security=4;moduleid=0}";
-
-[[noreturn]] void Die(const std::string& text) {
-  std::fprintf(stdout, "kpi_bench: %s\n", text.c_str());
-  std::exit(1);
-}
-
-void Require(bool done, const char* what) {
-  if (!done) {
-    Die(std::string(what) + " failed");
-  }
-}
-
-std::string Bssid(int number) {
-  char text[18];
-  std::snprintf(text, sizeof text, "0A:%02X:%02X:%02X:%02X:10", number >> 24 & 0xFF, number >> 16 & 0xFF,
-                number >> 8 & 0xFF, number & 0xFF);
-  return text;
-}
-
-/// A block of flats: the TV is connected, and none of the radios around belongs to its router.
-void MoveIntoTheFlats() {
-  Wifi& wifi = VirtualTv::Instance().GetWifi();
-  Radio own;
-  own.bssid = kConnected;
-  own.essid = "Home";
-  own.passphrase = "correct horse";
-  wifi.AddRadio(own);
-  for (int i = 1; i < kAccessPoints; ++i) {
-    Radio radio = own;
-    radio.bssid = Bssid(i);
-    radio.essid = "Neighbour " + std::to_string(i);
-    radio.frequency = i % 2 == 0 ? 2412 : 5180;
-    radio.rssi = -40 - i % 50;
-    wifi.AddRadio(radio);
-  }
-  wifi.SeeAll();
-  Require(wifi_initialize() == WIFI_ERROR_NONE, "wifi_initialize");
-  Require(wifi.Join(kConnected), "joining the router");
-}
-
-struct ApCloser {
-  void operator()(wifi_ap_h ap) const { wifi_ap_destroy(ap); }
-};
-using Ap = std::unique_ptr<std::remove_pointer_t<wifi_ap_h>, ApCloser>;
-
-Ap ConnectedAp() {
-  wifi_ap_h ap = nullptr;
-  Require(wifi_get_connected_ap(&ap) == WIFI_ERROR_NONE, "wifi_get_connected_ap");
-  return Ap(ap);
-}
 
 // The walk
 
@@ -234,7 +189,7 @@ void Print(const Medians& medians) {
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
-  MoveIntoTheFlats();
+  flats::MoveIn();
   OpenTheGates();
   Medians::Add("walk", Walk)->UseRealTime();
   Medians::Add("walk floor", WalkFloor)->UseRealTime();
