@@ -157,7 +157,7 @@ void SettingsWatcher::Unwatch(int watch) {
 bool SettingsWatcher::ReadEvents() {
   alignas(inotify_event) char buffer[16 * 1024];
   const ssize_t length = read(m_inotify, buffer, sizeof buffer);
-  for (const char* p = buffer; p < buffer + length;) {
+  for (const char* p = buffer; p - buffer < length;) {
     const auto* event = reinterpret_cast<const inotify_event*>(p);
     if ((event->mask & IN_MOVED_FROM) == 0) {
       m_events.push_back({++m_last_number, event->wd, event->mask, event->len > 0 ? event->name : ""});
