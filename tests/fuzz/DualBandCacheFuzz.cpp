@@ -1,15 +1,10 @@
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
 #include <string>
-#include <system_error>
 #include <vector>
 
-#include <glib.h>
-
 #include "CacheDualBandStatus.h"
+#include "FuzzStore.h"
 #include "NW_Common.h"
-#include "SettingsFile.h"
 #include "dlog.h"
 #include "vconf.h"
 #include "vconf_keys.h"
@@ -25,35 +20,6 @@ int __dlog_print(log_id_t /*log*/, int /*priority*/, const char* /*tag*/, const 
 namespace {
 
 constexpr const char* kKey = vconf_keys::kDualBandApMac;
-
-void Require(bool holds) {
-  if (!holds) {
-    std::abort();
-  }
-}
-
-/// The settings of this process, in memory where there is such a place: each write is flushed.
-class Store {
- public:
-  Store() {
-    if (g_file_test("/dev/shm", G_FILE_TEST_IS_DIR)) {
-      g_setenv("TMPDIR", "/dev/shm", TRUE);
-    }
-    g_autofree char* directory = g_dir_make_tmp("pelorus-fuzz-XXXXXX", nullptr);
-    Require(directory != nullptr);
-    m_directory = directory;
-    g_setenv(settings::kDirectoryVariable, directory, TRUE);
-  }
-  ~Store() {
-    std::error_code error;
-    std::filesystem::remove_all(m_directory, error);
-  }
-  Store(const Store&) = delete;
-  Store& operator=(const Store&) = delete;
-
- private:
-  std::string m_directory;
-};
 
 std::string Stored() {
   const HeapString list(vconf_get_str(kKey));
@@ -90,7 +56,6 @@ void Save(CCachedDualBand& cache, const std::string& bssid) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const Store store;
   const std::vector<std::string> texts = Split(data, size);
   Require(vconf_set_str(kKey, texts.front().c_str()) == VCONF_OK);
   CCachedDualBand cache;
