@@ -5,11 +5,11 @@
 
 #include "CNWSingleton.h"
 #include "NetworkCaptiveAP.h"
+#include "NetworkMonitor.h"
 #include "NetworkTypeKPILogs.h"
 #include "QuillRemoteQRUILauncher.h"
 #include "RSEUtil.h"
 
-class NetworkMonitor;
 class WifiMonHandler;
 
 /// The objects of the process that exist before main() and end after it, all defined in
@@ -17,8 +17,7 @@ class WifiMonHandler;
 
 extern const std::string SOLSTICE_FMS;  ///< feature key of a projector's engine type
 
-template <>
-std::weak_ptr<NetworkMonitor> CNWSingleton<NetworkMonitor>::m_pInstance;
+// CNWSingleton<NetworkMonitor>::m_pInstance, declared in NetworkMonitor.h
 
 extern const std::string NetworkTypeVconfKey;
 extern const std::string NetworkTypeWired;     ///< value of NetworkTypeVconfKey

@@ -7,6 +7,8 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include "VirtualTv.h"
+
 namespace {
 
 // Every object with a destructor registers it when its constructor has ended, so the order of these
@@ -85,6 +87,19 @@ TEST(StaticObjects, HoldTheirFixedTexts) {
   EXPECT_EQ(ROOT_CERT_PATH, "/home/owner/share/Root/");
   EXPECT_EQ(CLIENT_CERT_PATH, "/home/owner/share/Client/");
   EXPECT_EQ(VCONF_INSTANT_OFF_ON, "memory/menu/network/notify_pelorus");
+}
+
+/// What is wrong with it shows after the test, when the process ends.
+TEST(StaticObjects, MayEndWithAllThatTheyHaveStarted) {
+  VirtualTv& tv = VirtualTv::Instance();
+  tv.SetFeature("projector_feature_support", "true");
+  tv.GetPackages().Install("org.orvik.browser");
+  g_onwtypeKPI.Start();
+  g_oRemoteLauncher.Init();
+  g_CaptiveAP.Init();
+  g_CaptiveAP.CheckCaptiveAP();
+  EXPECT_FALSE(tv.Calls("connection_set_network_monitor_cb").empty());
+  EXPECT_TRUE(tv.Calls("connection_destroy").empty());
 }
 
 int g_monitors_alive = 0;
