@@ -182,7 +182,13 @@ void Connect(Wifi& wifi, const Json::Value& request) {
       request.isMember("passphrase") ? Passphrase(request) : radio->passphrase;
   const WifiTarget target(
       {radio->essid.c_str(), bssid.c_str(), radio->frequency, radio->security, passphrase.c_str()});
-  const wifi_error_e error = wifi.Requests().Connect(target, [](int /*result*/) {});
+  // The settings save what they connected to; an open network is not saved by the request itself.
+  const SavedNetwork network{radio->essid, radio->security, passphrase, radio->frequency};
+  const wifi_error_e error = wifi.Requests().Connect(target, [&wifi, network](int result) {
+    if (result == WIFI_ERROR_NONE) {
+      wifi.Save(network);
+    }
+  });
   if (error != WIFI_ERROR_NONE) {
     throw Refused(error == WIFI_ERROR_ALREADY_EXISTS ? "the TV is connected to it already"
                                                      : "Wi-Fi is switched off");

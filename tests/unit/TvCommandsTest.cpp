@@ -216,6 +216,13 @@ TEST_F(TvCommands, ConnectsAsSomebodyInTheSettingsDoes) {
             kDone);
   RunLoopFor(milliseconds(2000));
   EXPECT_EQ(wifi.State(), WIFI_CONNECTION_STATE_DISCONNECTED) << "the passphrase is wrong";
+  EXPECT_TRUE(wifi.Saved().empty());
+
+  Ask(AddRadioWith(R"("security":"open")"));
+  Ask(R"({"do":"wifi","action":"connect","bssid":"AA:BB:CC:DD:EE:01"})");
+  RunLoopFor(milliseconds(2000));
+  ASSERT_NE(wifi.FindSaved("Home", WIFI_SECURITY_TYPE_NONE), nullptr) << "an open network is saved, too";
+  EXPECT_EQ(wifi.FindSaved("Home", WIFI_SECURITY_TYPE_NONE)->frequency, 2437);
 }
 
 TEST_F(TvCommands, OrdersFailuresAndDelaysOfTheNextAnswer) {
