@@ -1,11 +1,10 @@
 #include "StatusCommand.h"
 
+#include <algorithm>
 #include <cstdio>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include <json/value.h>
 
@@ -76,11 +75,23 @@ std::string WizardMeaning(const std::string& value) {
   return "";
 }
 
+std::string NameMeaning(const std::string& /*value*/) {
+  return "name at the start, or of the last new network";
+}
+
+std::string BssidMeaning(const std::string& /*value*/) {
+  return "of the connection that was measured last";
+}
+
 constexpr Line kNetwork[] = {
     {"network", "network_type", vconf_keys::kNetworkType, nullptr},
     {"internet", "internet", vconf_keys::kInternetStatus, nullptr},
-    {"access point", "access_point", vconf_keys::kApName, nullptr},
-    {"BSSID", "bssid", vconf_keys::kConnectedApBssid, nullptr},
+};
+
+/// Not written at each connection: they may speak of another access point than the one in use.
+constexpr Line kEntered[] = {
+    {"BSSID", "bssid", vconf_keys::kConnectedApBssid, BssidMeaning},
+    {"ap_name", "ap_name", vconf_keys::kApName, NameMeaning},
 };
 
 constexpr Line kRest[] = {
@@ -98,11 +109,13 @@ std::optional<std::string> TextOf(const char* key) {
   return Complaint(key, setting) ? std::nullopt : std::optional(PlainText(setting.value.get()));
 }
 
-/// The band is not a setting of its own: it is that of the frequency at which the TV was connected to
-/// the access point last, as the list of saved networks has it.
+/// No key names the access point in use at all times; the daemon keeps the tile's statuses up to date.
+/// @return its record in the list of saved networks, which has the frequency at which the TV was
+///         connected to it last; null when none is connected
 const saved_networks::Network* AccessPoint(const saved_networks::List& saved) {
-  const auto name = TextOf(vconf_keys::kApName);
-  return name ? saved_networks::Find(saved, *name) : nullptr;
+  const auto connected =
+      std::ranges::find(saved.networks, "Connected", &saved_networks::Network::status);
+  return connected == saved.networks.end() ? nullptr : &*connected;
 }
 
 void PrintRow(const std::string& name, const std::string& value, const std::string& meaning) {
@@ -137,11 +150,19 @@ void PrintPage() {
     Print(line);
   }
   const auto* const ap = AccessPoint(saved);
+  if (ap != nullptr) {
+    PrintRow("access point", "\"" + ap->ssid + "\"", "connected, says the tile");
+  } else {
+    PrintRow("access point", "not known", "none on the tile is connected");
+  }
   if (ap != nullptr && ap->frequency) {
     PrintRow("band", saved_networks::BandOf(*ap->frequency),
              std::to_string(*ap->frequency) + " MHz, from the list of saved networks");
   } else {
     PrintRow("band", "not known", "the list of saved networks does not tell");
+  }
+  for (const Line& line : kEntered) {
+    Print(line);
   }
   PrintNetworks(saved_networks::Top(), saved);
   for (const Line& line : kRest) {
@@ -159,12 +180,16 @@ void PrintJson() {
   for (const Line& line : kNetwork) {
     Append(line, document);
   }
+  for (const Line& line : kEntered) {
+    Append(line, document);
+  }
   for (const Line& line : kRest) {
     Append(line, document);
   }
   const saved_networks::List saved = saved_networks::All();
   const auto* const ap = AccessPoint(saved);
   const bool is_known = ap != nullptr && ap->frequency;
+  document["access_point"] = ap != nullptr ? Json::Value(ap->ssid) : Json::Value();
   document["band"] = is_known ? Json::Value(saved_networks::BandOf(*ap->frequency)) : Json::Value();
   document["frequency"] = is_known ? Json::Value(*ap->frequency) : Json::Value();
   document["saved_networks"] =

@@ -180,7 +180,7 @@ TEST_F(PelorusctlSaved, WhatIsNoCommandEndsWithTwo) {
 TEST_F(PelorusctlSaved, StatusIsOnePage) {
   vconf_set_str(vconf_keys::kNetworkType, "Wireless");
   vconf_set_str(vconf_keys::kInternetStatus, "ONLINE");
-  vconf_set_str(vconf_keys::kApName, "My home");
+  vconf_set_str(vconf_keys::kApName, "Office");  // the TV has come home since
   vconf_set_str(vconf_keys::kConnectedApBssid, "AA:BB:CC:DD:EE:05");
   vconf_set_str(vconf_keys::kAuto5GhzSwitchSettings, "0");
   vconf_set_str(vconf_keys::kLaunchNS, "SHOWPOPUP");
@@ -193,9 +193,10 @@ TEST_F(PelorusctlSaved, StatusIsOnePage) {
       result.out,
       "network           'Wireless'\n"
       "internet          'ONLINE'\n"
-      "access point      'My home'\n"
-      "BSSID             'AA:BB:CC:DD:EE:05'\n"
+      "access point      \"My home\"                       connected, says the tile\n"
       "band              5 GHz                           5180 MHz, from the list of saved networks\n"
+      "BSSID             'AA:BB:CC:DD:EE:05'             of the connection that was measured last\n"
+      "ap_name           'Office'                        name at the start, or of the last new network\n"
       "saved networks    3\n"
       "  on the tile     \"My home\"                       Connected, -52 dBm\n"
       "  on the tile     \"Office\"                        DisConnected, not measured\n"
@@ -206,8 +207,9 @@ TEST_F(PelorusctlSaved, StatusIsOnePage) {
       "capture           0                               not running\n"
       "wizard            not set\n");
   EXPECT_EQ(Ctl({"status", "--json"}).out,
-            R"({"access_point":"My home","auto_switch":"0","band":"5 GHz","bssid":"AA:BB:CC:DD:EE:05",)"
-            R"("capture":0,"consent":1,"frequency":5180,"internet":"ONLINE","network_type":"Wireless",)"
+            R"({"access_point":"My home","ap_name":"Office","auto_switch":"0","band":"5 GHz",)"
+            R"("bssid":"AA:BB:CC:DD:EE:05","capture":0,"consent":1,"frequency":5180,)"
+            R"("internet":"ONLINE","network_type":"Wireless",)"
             R"("saved_networks":3,"settings_screen":1,"switch_exchange":"SHOWPOPUP",)"
             R"("top":[{"signal":-52,"ssid":"My home","status":"Connected"},)"
             R"({"signal":null,"ssid":"Office","status":"DisConnected"}],"wizard":null})"
@@ -220,6 +222,7 @@ TEST_F(PelorusctlSaved, StatusOfATvThatHasToldNothingIsAPageToo) {
   const Result result = Ctl({"status"});
   EXPECT_EQ(result.code, 0);
   EXPECT_TRUE(Contains(result.out, "network           not set\n")) << result.out;
+  EXPECT_TRUE(Contains(result.out, "access point      not known")) << result.out;
   EXPECT_TRUE(Contains(result.out, "band              not known")) << result.out;
   EXPECT_TRUE(Contains(result.out, "saved networks    not known")) << result.out;
   EXPECT_TRUE(Contains(Ctl({"status", "--json"}).out, R"("top":null)"));

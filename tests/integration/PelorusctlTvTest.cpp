@@ -182,6 +182,37 @@ TEST_F(PelorusctlTv, RadiosWifiInternetPlayerAndSettingsApplicationAreReached) {
   EXPECT_EQ(Ctl({"get", "memory/sp-kpi/net_interfer"}).out, "-7\n");
 }
 
+TEST_F(PelorusctlTv, SavedNetworksAreConnectedToForgottenAndResetByTheDaemon) {
+  SwitchOn();
+  Ctl({"tv", "radio", "add", "AA:BB:CC:DD:EE:01", "Home", "passphrase=top secret"});
+  Ctl({"tv", "radio", "add", "AA:BB:CC:DD:EE:02", "Cellar", "security=open", "frequency=5180"});
+  Ctl({"tv", "latency", "connect", "10ms"});
+  for (const char* bssid : {"AA:BB:CC:DD:EE:01", "AA:BB:CC:DD:EE:02"}) {
+    EXPECT_EQ(Ctl({"tv", "wifi", "connect", bssid}).code, 0);
+    RunLoopUntil([&] {
+      return Contains(Ctl({"tv", "status"}).out, std::string("connected to ") + bssid);
+    });
+  }
+  RunLoopUntil([] { return Contains(Ctl({"status"}).out, "access point      \"Cellar\""); });
+  EXPECT_TRUE(Contains(Ctl({"status"}).out, "band              5 GHz ")) << Ctl({"status"}).out;
+
+  const Result connected = Ctl({"saved", "connect", "Home"});
+  EXPECT_EQ(connected.out, "connected to \"Home\"\n") << connected.err;
+  EXPECT_TRUE(Contains(Ctl({"tv", "status"}).out, "connected to AA:BB:CC:DD:EE:01"));
+  Ctl({"tv", "radio", "off", "AA:BB:CC:DD:EE:02"});
+  const Result refused = Ctl({"saved", "connect", "Cellar"});
+  EXPECT_EQ(refused.err, "pelorusctl: could not connect to \"Cellar\"\n");
+  EXPECT_EQ(refused.code, 1);
+
+  EXPECT_TRUE(Contains(Ctl({"saved", "forget", "Cellar", "--wait", "1"}).err, "still saved in the TV"));
+  EXPECT_EQ(Ctl({"tv", "wifi", "forget", "Cellar"}).code, 0);
+  EXPECT_EQ(Ctl({"saved", "forget", "Cellar"}).code, 0);
+  EXPECT_FALSE(Contains(Ctl({"saved", "list"}).out, "Cellar"));
+  EXPECT_TRUE(Contains(Ctl({"saved", "list"}).out, "\"Home\""));
+  EXPECT_EQ(Ctl({"saved", "reset"}).code, 0);
+  EXPECT_EQ(Ctl({"saved", "list"}).out, "no saved networks\n");
+}
+
 TEST_F(PelorusctlTv, CallsAreShownAllOrOfOneFunction) {
   SwitchOn();
   EXPECT_TRUE(
