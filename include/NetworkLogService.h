@@ -103,9 +103,6 @@ class CNetworkLogService {
   std::vector<KPIDataMemberInfo_S> m_Queue;  // oldest first
   guint m_WaitTimerId = 0;                   // stays set when the timer has run
   bool m_IsReady = false;
-
- private:
-  void EndLoggerWait();
 };
 
 /// The process's one service of a kind: made when first asked for, never destroyed.

@@ -2,6 +2,7 @@
 
 #include "Log.h"
 #include "NW_Common.h"
+#include "TimerHelper.h"
 #include "kpi_logger.h"
 #include "net_connection.h"
 #include "system_info.h"
@@ -29,7 +30,7 @@ CNetworkLogService::CNetworkLogService() : m_pLogger(Ledgerline::CLogger::GetIns
 
 CNetworkLogService::~CNetworkLogService() {
   vconf_ignore_key_changed(vconf_keys::kDisclaimerAgree, DUIDReadyCb);
-  EndLoggerWait();
+  remove_timer(&m_WaitTimerId);
 }
 
 bool CNetworkLogService::m_IsDefaultDisclaimerAgreed() {
@@ -182,7 +183,7 @@ void CNetworkLogService::DUIDReadyCb(keynode_t* /*node*/, void* service) {
   auto* self = static_cast<CNetworkLogService*>(service);
   // Each word of the user's ends the wait of the one before: nothing is sent after a withdrawal, and
   // one wait at most is under way.
-  self->EndLoggerWait();
+  remove_timer(&self->m_WaitTimerId);
   if (!self->m_IsDefaultDisclaimerAgreed()) {
     self->m_IsReady = false;
   } else {
@@ -192,12 +193,4 @@ void CNetworkLogService::DUIDReadyCb(keynode_t* /*node*/, void* service) {
     }
   }
   NW_LOG("DUIDReadyCb >>>>>");
-}
-
-/// The id outlives its timer, and GLib takes it ill to be asked to remove what has ended.
-void CNetworkLogService::EndLoggerWait() {
-  if (m_WaitTimerId != 0 && g_main_context_find_source_by_id(nullptr, m_WaitTimerId) != nullptr) {
-    g_source_remove(m_WaitTimerId);
-  }
-  m_WaitTimerId = 0;
 }
