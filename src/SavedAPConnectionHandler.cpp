@@ -23,6 +23,33 @@ constexpr char kConnecting[] = "Connecting";
 constexpr char kConnected[] = "Connected";
 constexpr char kDisConnected[] = "DisConnected";
 
+struct ErrorName {
+  int code;
+  const char* name;
+};
+
+constexpr ErrorName kErrorNames[] = {
+    {WIFI_MANAGER_ERROR_NONE, "NONE"},
+    {WIFI_MANAGER_ERROR_OUT_OF_MEMORY, "OUT_OF_MEMORY"},
+    {WIFI_MANAGER_ERROR_INVALID_PARAMETER, "INVALID_PARAMETER"},
+    {WIFI_MANAGER_ERROR_INVALID_OPERATION, "INVALID_OPERATION"},
+    {WIFI_MANAGER_ERROR_ADDRESS_FAMILY_NOT_SUPPORTED, "ADDRESS_FAMILY_NOT_SUPPORTED"},
+    {WIFI_MANAGER_ERROR_NOW_IN_PROGRESS, "NOW_IN_PROGRESS"},
+    {WIFI_MANAGER_ERROR_OPERATION_FAILED, "OPERATION_FAILED"},
+    {WIFI_MANAGER_ERROR_NO_CONNECTION, "NO_CONNECTION"},
+    {WIFI_MANAGER_ERROR_ALREADY_EXISTS, "ALREADY_EXISTS"},
+    {WIFI_MANAGER_ERROR_OPERATION_ABORTED, "OPERATION_ABORTED"},
+    {WIFI_MANAGER_ERROR_DHCP_FAILED, "DHCP_FAILED"},
+    {WIFI_MANAGER_ERROR_INVALID_KEY, "INVALID_KEY"},
+    {WIFI_MANAGER_ERROR_NO_REPLY, "NO_REPLY"},
+    {WIFI_MANAGER_ERROR_SECURITY_RESTRICTED, "SECURITY_RESTRICTED"},
+    {WIFI_MANAGER_ERROR_WPS_OVERLAP, "WPS_OVERLAP"},
+    {WIFI_MANAGER_ERROR_WPS_TIMEOUT, "WPS_TIMEOUT"},
+    {WIFI_MANAGER_ERROR_WPS_WEP_PROHIBITED, "WPS_WEP_PROHIBITED"},
+    {WIFI_MANAGER_ERROR_WIFI_OFFLINE, "WIFI_OFFLINE"},
+    {WIFI_MANAGER_ERROR_INVALID_GATEWAY, "INVALID_GATEWAY"},
+};
+
 HeapString ReadEssid(wifi_manager_ap_h ap) {
   char* essid = nullptr;
   if (wifi_manager_ap_get_essid(ap, &essid) != WIFI_MANAGER_ERROR_NONE) {
@@ -409,46 +436,6 @@ bool SavedAPConnHander::IsNetworkSpeakerAudioConnected() {
 }
 
 const char* SavedAPConnHander::convert_wifi_error_to_string(int code) {
-  switch (code) {
-    case WIFI_MANAGER_ERROR_NONE:
-      return "NONE";
-    case WIFI_MANAGER_ERROR_OUT_OF_MEMORY:
-      return "OUT_OF_MEMORY";
-    case WIFI_MANAGER_ERROR_INVALID_PARAMETER:
-      return "INVALID_PARAMETER";
-    case WIFI_MANAGER_ERROR_INVALID_OPERATION:
-      return "INVALID_OPERATION";
-    case WIFI_MANAGER_ERROR_ADDRESS_FAMILY_NOT_SUPPORTED:
-      return "ADDRESS_FAMILY_NOT_SUPPORTED";
-    case WIFI_MANAGER_ERROR_NOW_IN_PROGRESS:
-      return "NOW_IN_PROGRESS";
-    case WIFI_MANAGER_ERROR_OPERATION_FAILED:
-      return "OPERATION_FAILED";
-    case WIFI_MANAGER_ERROR_NO_CONNECTION:
-      return "NO_CONNECTION";
-    case WIFI_MANAGER_ERROR_ALREADY_EXISTS:
-      return "ALREADY_EXISTS";
-    case WIFI_MANAGER_ERROR_OPERATION_ABORTED:
-      return "OPERATION_ABORTED";
-    case WIFI_MANAGER_ERROR_DHCP_FAILED:
-      return "DHCP_FAILED";
-    case WIFI_MANAGER_ERROR_INVALID_KEY:
-      return "INVALID_KEY";
-    case WIFI_MANAGER_ERROR_NO_REPLY:
-      return "NO_REPLY";
-    case WIFI_MANAGER_ERROR_SECURITY_RESTRICTED:
-      return "SECURITY_RESTRICTED";
-    case WIFI_MANAGER_ERROR_WPS_OVERLAP:
-      return "WPS_OVERLAP";
-    case WIFI_MANAGER_ERROR_WPS_TIMEOUT:
-      return "WPS_TIMEOUT";
-    case WIFI_MANAGER_ERROR_WPS_WEP_PROHIBITED:
-      return "WPS_WEP_PROHIBITED";
-    case WIFI_MANAGER_ERROR_WIFI_OFFLINE:
-      return "WIFI_OFFLINE";
-    case WIFI_MANAGER_ERROR_INVALID_GATEWAY:
-      return "INVALID_GATEWAY";
-    default:
-      return "DEFAULT";
-  }
+  const auto* const known = std::ranges::find(kErrorNames, code, &ErrorName::code);
+  return known == std::end(kErrorNames) ? "DEFAULT" : known->name;
 }
