@@ -1,16 +1,13 @@
 #pragma once
 
-#include <memory>
 #include <string>
 
-#include "CNWSingleton.h"
 #include "NetworkCaptiveAP.h"
 #include "NetworkMonitor.h"
 #include "NetworkTypeKPILogs.h"
 #include "QuillRemoteQRUILauncher.h"
 #include "RSEUtil.h"
-
-class WifiMonHandler;
+#include "WifiMonHandler.h"
 
 /// The objects of the process that exist before main() and end after it, all defined in
 /// StaticObjects.cpp, in the order in which they are built.
@@ -27,8 +24,7 @@ extern const std::string MW_CERT_PATH;      ///< where the connection manager lo
 extern const std::string ROOT_CERT_PATH;    ///< where root certificates are installed
 extern const std::string CLIENT_CERT_PATH;  ///< where client certificates are installed
 
-template <>
-std::weak_ptr<WifiMonHandler> CNWSingleton<WifiMonHandler>::m_pInstance;
+// CNWSingleton<WifiMonHandler>::m_pInstance, declared in WifiMonHandler.h
 
 extern const std::string VCONF_INSTANT_OFF_ON;  ///< key of the power manager's word to the daemon
 

@@ -299,13 +299,14 @@ void SavedAPPriorityHandler::RemoveForgetAPsFromList() {
   for (const SavedAPData& record : m_ConfigList) {
     saved_names.insert(record.Name);
   }
-  std::erase_if(m_SavedList, [&](const SavedAPData& record) {
-    const bool is_forgotten = !saved_names.contains(record.Name);
-    if (is_forgotten) {
+  for (auto record = m_SavedList.begin(); record != m_SavedList.end();) {
+    if (saved_names.contains(record->Name)) {
+      ++record;
+    } else {
       NW_LOG("Found Removed AP, remove from list");
+      record = m_SavedList.erase(record);
     }
-    return is_forgotten;
-  });
+  }
 }
 
 void SavedAPPriorityHandler::ResetNetwork() {

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "CallGate.h"
+#include "FileDescriptor.h"
 #include "PlatformLog.h"
 #include "kpi_logger.h"
 
@@ -29,22 +30,6 @@ constexpr mode_t kParentMode = 0755;  // other services keep files beside the jo
 constexpr int kLockTries = 250;
 constexpr useconds_t kLockPauseMicroseconds = 2'000;
 constexpr int kOpenTries = 10;
-
-class FileDescriptor {
- public:
-  explicit FileDescriptor(int fd) : m_fd(fd) {}
-  ~FileDescriptor() {
-    if (m_fd >= 0) {
-      close(m_fd);
-    }
-  }
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-  [[nodiscard]] int get() const { return m_fd; }
-
- private:
-  int m_fd;
-};
 
 std::string Quoted(const std::string& text) {
   static const Json::StreamWriterBuilder kWriter = [] {

@@ -12,28 +12,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "FileDescriptor.h"
+
 namespace settings {
 namespace {
 
 constexpr std::size_t kLargestFile = 1 << 20;  // bounds the time that a read can take
 constexpr int kWritersAtATime = 64;
-
-class FileDescriptor {
- public:
-  explicit FileDescriptor(int fd) : m_fd(fd) {}
-  ~FileDescriptor() {
-    if (m_fd >= 0) {
-      close(m_fd);
-    }
-  }
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-  [[nodiscard]] int get() const { return m_fd; }
-  [[nodiscard]] bool ok() const { return m_fd >= 0; }
-
- private:
-  int m_fd;
-};
 
 struct Roots {
   std::string database;

@@ -89,18 +89,9 @@ class CableDecisions : public Cable {
   std::vector<std::string> m_forwarded;
 };
 
-/// The program as it is shipped.
-class CableProgram : public Cable {
+class CableProgram : public daemon_program::In<Cable> {
  protected:
-  void TearDown() override {
-    m_daemon.reset();
-    for (const auto& popup : popups::All()) {
-      kill(popup.pid, SIGKILL);
-    }
-  }
-  void StartDaemon() { m_daemon = daemon_program::Start(PELORUS_PROGRAM); }
-
-  std::unique_ptr<Program> m_daemon;
+  void StartDaemon() { In::StartDaemon(PELORUS_PROGRAM); }
 };
 
 }  // namespace

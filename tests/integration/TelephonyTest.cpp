@@ -66,18 +66,9 @@ class Telephony : public testing::Test {
   Changes m_changes;
 };
 
-/// The daemon as it is shipped.
-class TelephonyProgram : public Telephony {
+class TelephonyProgram : public daemon_program::In<Telephony> {
  protected:
-  void TearDown() override {
-    m_daemon.reset();
-    for (const auto& popup : popups::All()) {
-      kill(popup.pid, SIGKILL);
-    }
-  }
-  void StartDaemon() { m_daemon = daemon_program::Start(PELORUS_PROGRAM); }
-
-  std::unique_ptr<Program> m_daemon;
+  void StartDaemon() { In::StartDaemon(PELORUS_PROGRAM); }
 };
 
 }  // namespace
