@@ -35,7 +35,6 @@ constexpr char kDetached[] = "ethernet_detached";
 
 class Cable : public testing::Test {
  protected:
-  static void SetUpTestSuite() { setenv(settings::kDirectoryVariable, "/run/settings", 1); }
   void SetUp() override { network::EnterNamespace(); }
 };
 

@@ -13,7 +13,6 @@
 
 #include "MainLoop.h"
 #include "Network.h"
-#include "SettingsFile.h"
 #include "platform.h"
 #include "vconf.h"
 #include "vconf_keys.h"
@@ -41,7 +40,6 @@ void Settle() {
 class NetworkTypeKey : public testing::Test {
  protected:
   void SetUp() override {
-    setenv(settings::kDirectoryVariable, "/run/settings", 1);
     network::EnterNamespace();
     network::AddCable("wall", "far");
     network::AddTunnel("modem", ARPHRD_PPP);

@@ -10,7 +10,6 @@
 #include "MainLoop.h"
 #include "ModemRoom.h"
 #include "Popups.h"
-#include "SettingsFile.h"
 #include "platform.h"
 #include "tapi.h"
 #include "vconf.h"
@@ -41,7 +40,6 @@ int Status(TapiHandle* handle) {
 
 class Telephony : public testing::Test {
  protected:
-  static void SetUpTestSuite() { setenv(settings::kDirectoryVariable, "/run/settings", 1); }
   void TearDown() override {
     tel_deinit(m_handle);
     platform_stop();
