@@ -152,7 +152,7 @@ TEST_F(NotificationOnADesktop, ServiceThatDoesNotAnswerIsNotMissed) {
   Provide(false);
   Program program({kByHand, "--seconds", "1", "dongle_attached"});
   EXPECT_EQ(program.WaitForEnd(), 0);
-  EXPECT_LT(program.SecondsLived(), 2.0);
+  EXPECT_LT(program.SecondsLived(), 15.0) << "the bus gives up after 25 s";
   EXPECT_TRUE(WasAsked());
   EXPECT_TRUE(Received().empty());
   EXPECT_EQ(program.Count("\n"), 1U) << program.Output();
