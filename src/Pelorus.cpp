@@ -11,6 +11,7 @@
 #include "SavedAPConnectionHandler.h"
 #include "SavedNetworkPriorityHandler.h"
 #include "StaticObjects.h"
+#include "WifiOnOffInfo.h"
 #include "call_guarded.h"
 #include "platform.h"
 #include "vconf.h"
@@ -47,6 +48,7 @@ constexpr Step kStartSteps[] = {
     register_NSLaunchVconf,
     [] { g_oRemoteLauncher.Init(); },
     [] { g_CaptiveAP.Init(); },
+    [] { GetWifiOnOffInstance()->Init(); },
     ResetNetworkAppStatus,
 };
 
@@ -60,6 +62,7 @@ constexpr Step kStopSteps[] = {
     deregister_NSLaunchVconf,
     [] { g_oRemoteLauncher.DeInit(); },
     [] { g_CaptiveAP.DeInit(); },
+    [] { GetWifiOnOffInstance()->DeInit(); },
     [] { GetPOCInstance()->DeInit(); },
 };
 

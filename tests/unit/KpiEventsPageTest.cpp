@@ -11,6 +11,7 @@
 
 #include "KPICreator2017.h"
 #include "VirtualTv.h"
+#include "WifiOnOffInfo.h"
 #include "WirelessKPILogger.h"
 
 namespace {
@@ -64,6 +65,21 @@ std::vector<Row> TableOf(const std::string& heading) {
     }
   }
   return rows;
+}
+
+/// The keywords below "### HEADING", which ask for its event, with their numbers.
+std::vector<std::pair<std::string, int>> KeywordsOf(const std::string& heading) {
+  std::ifstream page(KPI_EVENTS_PAGE);
+  std::vector<std::pair<std::string, int>> keywords;
+  bool is_here = false;
+  for (std::string line; std::getline(page, line);) {
+    if (line.starts_with("#")) {
+      is_here = line == "### " + heading;
+    } else if (const std::size_t end = line.find("`: "); is_here && line.starts_with("- `")) {
+      keywords.emplace_back(line.substr(3, end - 3), std::stoi(line.substr(end + 3)));
+    }
+  }
+  return keywords;
 }
 
 /// The fields of a description as the page tells readers to take it apart.
@@ -125,6 +141,22 @@ TEST_P(KpiEventsPage, NamesTheFieldsInTheirOrderWithTheirFallbacks) {
                !(field == "moduleid" && has_wifi_module)) {
       EXPECT_EQ(fields[i].second, fallback) << field;
     }
+  }
+}
+
+TEST(KpiEventsPageKeywords, AreThoseOfTheDaemonWithTheirNumbers) {
+  CWifiOnOffInfo& info = *GetWifiOnOffInstance();
+  const auto reasons = KeywordsOf("EV008 WIFI_ICON_CLICK");
+  EXPECT_EQ(reasons.size(), 3U);
+  for (const auto& [keyword, number] : reasons) {
+    info.Execute(keyword);
+    EXPECT_EQ(info.GetPopupReason(), number) << keyword;
+  }
+  const auto selections = KeywordsOf("EV009 WIFI_POP_UP_SELECT");
+  EXPECT_EQ(selections.size(), 3U);
+  for (const auto& [keyword, number] : selections) {
+    info.Execute(keyword);
+    EXPECT_EQ(info.GetPopupSelection(), number) << keyword;
   }
 }
 

@@ -126,6 +126,8 @@ TEST(Lifecycle, LeavesThePlatformInItsFixedOrder) {
                                        "connection_destroy",
                                        "vconf_ignore_key_changed db/menu/network/network_type",
                                        "vconf_ignore_key_changed db/menu/network/launchNS",
+                                       "vconf_ignore_key_changed memory/menu/network/pelorus_command",
+                                       "vconf_ignore_key_changed memory/menu/network/wireless_kpi_info",
                                        "system_info_get_value_int 281",
                                        "vconf_ignore_key_changed memory/sp-kpi/neterr_streaming_buffer",
                                        "vconf_ignore_key_changed memory/sp-kpi/neterr_streaming_lowres",
@@ -180,6 +182,8 @@ TEST(Lifecycle, UsesThePlatformInItsFixedOrder) {
                 "vconf_notify_key_changed db/menu/network/launchNS",
                 "system_info_get_custom_bool com.velanor/featureconf/projector_feature_support",
                 "package_manager_get_package_info org.orvik.browser",
+                "vconf_notify_key_changed memory/menu/network/pelorus_command",
+                "vconf_notify_key_changed memory/menu/network/wireless_kpi_info",
                 "vconf_set_int db/menu/network/networkapp_status",
             }));
 }
@@ -245,6 +249,16 @@ TEST(Lifecycle, TheRunningDaemonAnswersFactoryResetInstantOnAndTheSettingsScreen
   EXPECT_TRUE(test_log::Has("SetwellDaemon::power_off_clb"));
   EXPECT_TRUE(test_log::Has("instant off vconf result =>instant_on"));
   EXPECT_TRUE(test_log::Has(" Vconf [LaunchNS]"));
+}
+
+TEST(Lifecycle, TheRunningDaemonRelaysWhatOtherProgramsTellOfTheirPopups) {
+  RunDaemonFor(10s, [] {
+    vconf_set_str(vconf_keys::kPelorusCommand, "wifi_reconnection_kpi");
+    vconf_set_str(vconf_keys::kWirelessKpiInfo, R"({"id":"EV011","execution_method":"manual"})");
+  });
+  EXPECT_TRUE(test_log::Has("EV008=>appid=NONE;aptype=0;click_reason=2"));
+  EXPECT_TRUE(
+      test_log::Has("rawJson [{\"id\":\"EV011\",\"execution_method\":\"manual\"}] bRet[1] err[]"));
 }
 
 TEST(Log, EveryLineNamesItsFileFunctionAndLine) {
