@@ -192,7 +192,7 @@ void AddTvCommands(CLI::App& app, int& exit_code) {
   add("feature", "set NAME VALUE", "Make the TV another model");
   add("latency", "KIND TIME",
       "Set how long something takes, such as 50ms: cable, dongle, report, scan, channel-scan, look, "
-      "connect, address, disconnect, wifi-state or portal");
+      "connect, address, disconnect, wifi-state, portal or profile");
   add("delay", "KIND TIME", "Let the next of these alone take so much longer");
   AddFail(*tv, exit_code);
   AddWords(*tv, exit_code, "heal", "FUNCTION", "Let a platform function work again");

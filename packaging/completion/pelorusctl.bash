@@ -47,7 +47,7 @@ _pelorusctl_tv() {
     1:package) COMPREPLY=($(compgen -W "install remove" -- "$word")) ;;
     2:"package "*) COMPREPLY=($(compgen -W "org.orvik.browser" -- "$word")) ;;
     1:latency | 1:delay)
-      COMPREPLY=($(compgen -W "cable dongle report scan channel-scan look connect address disconnect wifi-state portal" -- "$word"))
+      COMPREPLY=($(compgen -W "cable dongle report scan channel-scan look connect address disconnect wifi-state portal profile" -- "$word"))
       ;;
     1:feature) COMPREPLY=($(compgen -W "set" -- "$word")) ;;
     1:play) COMPREPLY=($(compgen -f -- "$word")) ;;

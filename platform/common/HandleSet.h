@@ -20,6 +20,12 @@ class HandleSet {
   /// @return false when there is no such handle (any more)
   bool Remove(const Object* handle) { return m_objects.erase(handle) > 0; }
 
+  /// @param is_to_go  const Object& -> bool
+  template <class Predicate>
+  void RemoveIf(Predicate is_to_go) {
+    std::erase_if(m_objects, [&](const auto& entry) { return is_to_go(*entry.second); });
+  }
+
   [[nodiscard]] bool Has(const Object* handle) const { return m_objects.contains(handle); }
   [[nodiscard]] bool IsEmpty() const { return m_objects.empty(); }
 

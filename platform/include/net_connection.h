@@ -147,6 +147,56 @@ int connection_get_ip_address(connection_h connection, connection_address_family
 ///         CONNECTION_ERROR_NOT_SUPPORTED or CONNECTION_ERROR_OPERATION_FAILED
 int connection_check_hotspot(connection_h connection, int* status);
 
+/// A walk through the networks that the platform knows.
+typedef struct connection_profile_iterator_s* connection_profile_iterator_h;
+
+typedef enum {
+  CONNECTION_ITERATOR_TYPE_REGISTERED = 0,  ///< every network that could be opened, in use or not
+} connection_iterator_type_e;
+
+/// Begins a walk through the networks as they are now: the wired one while its cable is in, each saved
+/// Wi-Fi network, the cellular one while its dongle is in. Their order means nothing.
+/// @param iterator  out: ends with the connection handle; untouched on failure
+/// @return CONNECTION_ERROR_NONE, also when there is no network; CONNECTION_ERROR_INVALID_PARAMETER,
+///         CONNECTION_ERROR_OPERATION_FAILED or CONNECTION_ERROR_NOT_SUPPORTED
+int connection_get_profile_iterator(connection_h connection, connection_iterator_type_e type,
+                                    connection_profile_iterator_h* iterator);
+
+/// @return whether connection_profile_iterator_next() has another one; false for what is no walk
+bool connection_profile_iterator_has_next(connection_profile_iterator_h iterator);
+
+/// Takes the next network.
+/// @param profile  out: ends with connection_profile_destroy(), and at the latest with the connection
+///                 handle that the walk was begun with; untouched on failure
+/// @return CONNECTION_ERROR_NONE, or CONNECTION_ERROR_INVALID_PARAMETER, also at the end of the walk
+int connection_profile_iterator_next(connection_profile_iterator_h iterator,
+                                     connection_profile_h* profile);
+
+/// Called when a network has been opened or closed, or could not be.
+/// @param result  CONNECTION_ERROR_NONE, CONNECTION_ERROR_NO_CONNECTION when there is no such network
+///                any more, or CONNECTION_ERROR_OPERATION_FAILED
+typedef void (*connection_profile_changed_cb)(connection_error_e result, void* user_data);
+
+/// Leaves a network: it carries no traffic, and has no address, until it is opened again or, where it
+/// is wired, its cable is plugged in anew.
+/// @param callback   called once, after this returned, unless the handle is destroyed before; closing
+///                   what is closed is a success
+/// @param user_data  borrowed until then
+/// @return CONNECTION_ERROR_NONE, and then the callback comes; CONNECTION_ERROR_INVALID_PARAMETER,
+///         CONNECTION_ERROR_NO_CONNECTION when there is no such network any more,
+///         CONNECTION_ERROR_OPERATION_FAILED, or CONNECTION_ERROR_NOT_SUPPORTED for a kind of network
+///         that this platform closes and opens by other means
+int connection_close_profile(connection_h connection, connection_profile_h profile,
+                             connection_profile_changed_cb callback, void* user_data);
+
+/// Joins a network that was closed, with all that this takes: what its certificates or its settings
+/// have become is read anew. Opening what is open is a success.
+/// @param callback  as for connection_close_profile(); with CONNECTION_ERROR_NONE the network has an
+///                  address
+/// @return as connection_close_profile()
+int connection_open_profile(connection_h connection, connection_profile_h profile,
+                            connection_profile_changed_cb callback, void* user_data);
+
 #ifdef __cplusplus
 }
 #endif

@@ -194,6 +194,18 @@ typedef struct {
 ///         WIFI_ERROR_OPERATION_FAILED or WIFI_ERROR_NOT_SUPPORTED
 int wifi_connect_target(const wifi_target_s* target, wifi_finished_cb callback, void* user_data);
 
+/// Connects to an access point's network with what is saved of it, its passphrase or its certificates,
+/// by the radio that suits best. The present connection is left when that begins.
+/// @param callback  called once, after this returned: WIFI_ERROR_NONE when the TV has an address there,
+///                  WIFI_ERROR_ALREADY_EXISTS when it is connected to it, WIFI_ERROR_NOT_FOUND,
+///                  WIFI_ERROR_REFUSED, WIFI_ERROR_INVALID_KEY, WIFI_ERROR_NO_REPLY,
+///                  WIFI_ERROR_DHCP_FAILED, WIFI_ERROR_OPERATION_FAILED, or
+///                  WIFI_ERROR_OPERATION_ABORTED when a later request to connect or disconnect took its
+///                  place. There is no limit to how late it may come.
+/// @return WIFI_ERROR_NONE, and then the callback comes; WIFI_ERROR_INVALID_PARAMETER,
+///         WIFI_ERROR_INVALID_OPERATION, WIFI_ERROR_OPERATION_FAILED or WIFI_ERROR_NOT_SUPPORTED
+int wifi_connect(wifi_ap_h ap, wifi_finished_cb callback, void* user_data);
+
 /// Leaves an access point. The network stays saved, if it was.
 /// @param callback  called once, after this returned
 /// @return WIFI_ERROR_NONE, and then the callback comes; WIFI_ERROR_INVALID_PARAMETER,

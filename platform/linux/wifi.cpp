@@ -89,6 +89,10 @@ int wifi_connect_target(const wifi_target_s* /*target*/, wifi_finished_cb /*call
   return WIFI_ERROR_NOT_SUPPORTED;
 }
 
+int wifi_connect(wifi_ap_h /*ap*/, wifi_finished_cb /*callback*/, void* /*user_data*/) {
+  return WIFI_ERROR_NOT_SUPPORTED;
+}
+
 int wifi_disconnect(wifi_ap_h /*ap*/, wifi_finished_cb /*callback*/, void* /*user_data*/) {
   return WIFI_ERROR_NOT_SUPPORTED;
 }

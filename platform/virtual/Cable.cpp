@@ -7,8 +7,16 @@ void Cable::SetAttached(bool attached) {
     return;
   }
   m_is_attached = attached;
+  m_is_open = true;
   Emit(attached ? CONNECTION_ETHERNET_CABLE_ATTACHED : CONNECTION_ETHERNET_CABLE_DETACHED);
   VirtualTv::Instance().NetworkChanged();
+}
+
+void Cable::SetOpen(bool open) {
+  if (m_is_open != open) {
+    m_is_open = open;
+    VirtualTv::Instance().NetworkChanged();
+  }
 }
 
 void Cable::Emit(int state) {

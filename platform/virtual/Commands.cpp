@@ -110,6 +110,7 @@ constexpr Word<VirtualTv::EventKind> kEventKinds[] = {
     {"channel-scan", VirtualTv::EventKind::kChannelScan},
     {"wifi-state", VirtualTv::EventKind::kWifiState},
     {"portal", VirtualTv::EventKind::kPortal},
+    {"profile", VirtualTv::EventKind::kProfile},
 };
 
 void DoLatency(VirtualTv& tv, const Json::Value& request) {

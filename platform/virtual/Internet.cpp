@@ -9,7 +9,7 @@
 #include "Wifi.h"
 
 Internet::Carrier Internet::GetCarrier() const {
-  if (m_cable.IsAttached()) {
+  if (m_cable.IsInNetwork()) {
     return Carrier::kCable;
   }
   if (m_wifi.State() == WIFI_CONNECTION_STATE_CONNECTED) {

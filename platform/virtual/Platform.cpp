@@ -22,6 +22,7 @@ int platform_start() {
     return *refusal;
   }
   tv.GetCable().Line().Open();
+  tv.GetWiredProfile().Open();
   tv.GetTelephony().Line().Open();
   tv.GetInternet().Line().Open();
   tv.GetWifi().Open();
@@ -44,6 +45,7 @@ void platform_stop() {
   VirtualTv& tv = VirtualTv::Instance();
   g_door.reset();
   tv.GetCable().Line().Close();
+  tv.GetWiredProfile().Close();
   tv.GetTelephony().Line().Close();
   tv.GetInternet().Line().Close();
   tv.GetWifi().Close();

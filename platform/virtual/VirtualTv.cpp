@@ -48,6 +48,8 @@ DeliveryLine& VirtualTv::LineOf(EventKind kind) {
       return m_wifi.StateLine();
     case EventKind::kPortal:
       return m_wifi.Portal().Line();
+    case EventKind::kProfile:
+      return m_wired_profile.Line();
   }
   std::abort();
 }

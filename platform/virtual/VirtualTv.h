@@ -15,6 +15,7 @@
 #include "SettingsApp.h"
 #include "Telephony.h"
 #include "Wifi.h"
+#include "WiredProfile.h"
 
 /// A TV without hardware, in a room where things are plugged and pulled: what stands behind the
 /// platform functions of this backend. One TV a process, built on first use and never destroyed, so
@@ -58,9 +59,10 @@ class VirtualTv {
     kChannelScan,  ///< a scan of chosen channels, for each of them
     kWifiState,    ///< from a change of Wi-Fi's connection to the callback
     kPortal,       ///< from the question for a portal to its answer
+    kProfile,      ///< from asking to close or to open the wired network to its being so
   };
-  /// For the events from now on; 10 ms until it is set, and for requests of Wi-Fi what WifiRequests,
-  /// WifiScans and WifiPortal name.
+  /// For the events from now on; 10 ms until it is set, and for requests what WifiRequests, WifiScans,
+  /// WifiPortal and WiredProfile name.
   void SetLatency(EventKind kind, unsigned milliseconds);
   /// Lets the next event take so much longer, once; later ones of its kind wait for it. An access point
   /// that answers late delays kConnect.
@@ -94,6 +96,7 @@ class VirtualTv {
   [[nodiscard]] const std::map<std::string, std::string>& Features() const { return m_features; }
 
   [[nodiscard]] Cable& GetCable() { return m_cable; }
+  [[nodiscard]] WiredProfile& GetWiredProfile() { return m_wired_profile; }
   [[nodiscard]] Telephony& GetTelephony() { return m_telephony; }
   [[nodiscard]] Wifi& GetWifi() { return m_wifi; }
   [[nodiscard]] Internet& GetInternet() { return m_internet; }
@@ -116,6 +119,7 @@ class VirtualTv {
   [[nodiscard]] DeliveryLine& LineOf(EventKind kind);
 
   Cable m_cable;
+  WiredProfile m_wired_profile{m_cable};
   Telephony m_telephony;
   Wifi m_wifi;
   Internet m_internet{m_cable, m_wifi, m_telephony};

@@ -292,6 +292,18 @@ int wifi_connect_target(const wifi_target_s* target, wifi_finished_cb callback, 
   return wifi.Requests().Connect(WifiTarget(named), Answer(callback, user_data));
 }
 
+int wifi_connect(wifi_ap_h handle, wifi_finished_cb callback, void* user_data) {
+  Wifi& wifi = TheWifi();
+  const AccessPoint* const ap = Find(handle);
+  if (const auto refusal = call_gate::Refusal("wifi_connect", NameOf(ap))) {
+    return *refusal;
+  }
+  if (const int error = Check(ap != nullptr && callback != nullptr)) {
+    return error;
+  }
+  return wifi.Requests().ConnectToNetwork(*ap, Answer(callback, user_data));
+}
+
 int wifi_disconnect(wifi_ap_h handle, wifi_finished_cb callback, void* user_data) {
   Wifi& wifi = TheWifi();
   const AccessPoint* const ap = Find(handle);

@@ -1,6 +1,7 @@
 #include "net_connection.h"
 
 #include <cstring>
+#include <deque>
 #include <string>
 
 #include "CallGate.h"
@@ -11,7 +12,13 @@ struct connection_handle_s {};
 
 struct connection_profile_handle_s {
   connection_profile_type_e type;
-  int lease_seconds;  // 0: not lent
+  int lease_seconds;             // 0: not lent
+  connection_h owner = nullptr;  // with which it ends; null: with none
+};
+
+struct connection_profile_iterator_s {
+  connection_h owner;
+  std::deque<connection_profile_handle_s> rest;
 };
 
 namespace {
@@ -24,6 +31,42 @@ HandleSet<connection_handle_s>& Connections() {
 HandleSet<connection_profile_handle_s>& Profiles() {
   static auto* const profiles = new HandleSet<connection_profile_handle_s>;
   return *profiles;
+}
+
+HandleSet<connection_profile_iterator_s>& Iterators() {
+  static auto* const iterators = new HandleSet<connection_profile_iterator_s>;
+  return *iterators;
+}
+
+std::deque<connection_profile_handle_s> RegisteredProfiles(connection_h owner) {
+  VirtualTv& tv = VirtualTv::Instance();
+  std::deque<connection_profile_handle_s> profiles;
+  if (tv.GetTelephony().IsRunning() && tv.GetTelephony().HasDongle()) {
+    profiles.push_back({CONNECTION_PROFILE_TYPE_CELLULAR, 0, owner});
+  }
+  const int lease_seconds = tv.GetInternet().LeaseSeconds();
+  for (std::size_t i = 0; i < tv.GetWifi().Saved().size(); ++i) {
+    profiles.push_back({CONNECTION_PROFILE_TYPE_WIFI, lease_seconds, owner});
+  }
+  if (tv.GetCable().IsAttached()) {
+    profiles.push_back({CONNECTION_PROFILE_TYPE_ETHERNET, lease_seconds, owner});
+  }
+  return profiles;
+}
+
+int ChangeProfile(const char* function, connection_h connection, connection_profile_h profile,
+                  bool is_open, connection_profile_changed_cb callback, void* user_data) {
+  VirtualTv& tv = VirtualTv::Instance();
+  if (const auto refusal = call_gate::Refusal(function)) {
+    return *refusal;
+  }
+  if (!Connections().Has(connection) || !Profiles().Has(profile) || callback == nullptr) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  if (profile->type != CONNECTION_PROFILE_TYPE_ETHERNET) {
+    return CONNECTION_ERROR_NOT_SUPPORTED;
+  }
+  return tv.GetWiredProfile().Request(connection, is_open, callback, user_data);
 }
 
 }  // namespace
@@ -50,6 +93,10 @@ int connection_destroy(connection_h connection) {
   }
   tv.GetCable().Callbacks().Remove(connection);
   tv.GetInternet().Monitors().Remove(connection);
+  tv.GetWiredProfile().Forget(connection);
+  const auto ends = [connection](const auto& object) { return object.owner == connection; };
+  Iterators().RemoveIf(ends);
+  Profiles().RemoveIf(ends);
   return CONNECTION_ERROR_NONE;
 }
 
@@ -224,4 +271,46 @@ int connection_check_hotspot(connection_h connection, int* status) {
   }
   *status = tv.GetInternet().Hotspot();
   return CONNECTION_ERROR_NONE;
+}
+
+int connection_get_profile_iterator(connection_h connection, connection_iterator_type_e type,
+                                    connection_profile_iterator_h* iterator) {
+  VirtualTv::Instance();
+  if (const auto refusal = call_gate::Refusal("connection_get_profile_iterator", type)) {
+    return *refusal;
+  }
+  if (!Connections().Has(connection) || iterator == nullptr ||
+      type != CONNECTION_ITERATOR_TYPE_REGISTERED) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  *iterator = Iterators().Add({connection, RegisteredProfiles(connection)});
+  return CONNECTION_ERROR_NONE;
+}
+
+bool connection_profile_iterator_has_next(connection_profile_iterator_h iterator) {
+  return Iterators().Has(iterator) && !iterator->rest.empty();
+}
+
+int connection_profile_iterator_next(connection_profile_iterator_h iterator,
+                                     connection_profile_h* profile) {
+  VirtualTv::Instance();
+  if (const auto refusal = call_gate::Refusal("connection_profile_iterator_next")) {
+    return *refusal;
+  }
+  if (!connection_profile_iterator_has_next(iterator) || profile == nullptr) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  *profile = Profiles().Add(iterator->rest.front());
+  iterator->rest.pop_front();
+  return CONNECTION_ERROR_NONE;
+}
+
+int connection_close_profile(connection_h connection, connection_profile_h profile,
+                             connection_profile_changed_cb callback, void* user_data) {
+  return ChangeProfile("connection_close_profile", connection, profile, false, callback, user_data);
+}
+
+int connection_open_profile(connection_h connection, connection_profile_h profile,
+                            connection_profile_changed_cb callback, void* user_data) {
+  return ChangeProfile("connection_open_profile", connection, profile, true, callback, user_data);
 }

@@ -106,6 +106,7 @@ TEST_F(PelorusctlTv, EachCommandReachesTheTv) {
             "latency       dongle 10 ms\n"
             "latency       look 100 ms\n"
             "latency       portal 300 ms\n"
+            "latency       profile 200 ms\n"
             "latency       report 10 ms\n"
             "latency       scan 2000 ms\n"
             "latency       wifi-state 10 ms\n"

@@ -260,6 +260,7 @@ TEST_F(VirtualWifi, EveryFunctionCanBeToldToFailAndDoesNothingThen) {
       {"wifi_ap_refresh", [&] { return wifi_ap_refresh(ap); }},
       {"wifi_config_foreach_configuration",
        [&] { return wifi_config_foreach_configuration(no_config, nullptr); }},
+      {"wifi_connect", [&] { return wifi_connect(ap, Record, &m_answers); }},
       {"wifi_connect_target", [&] { return wifi_connect_target(&target, Record, &m_answers); }},
       {"wifi_disconnect", [&] { return wifi_disconnect(ap, Record, &m_answers); }},
       {"wifi_foreach_found_aps", [&] { return wifi_foreach_found_aps(no_ap, nullptr); }},
