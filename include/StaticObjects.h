@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "EAPCertUpdate.h"
 #include "NetworkCaptiveAP.h"
 #include "NetworkMonitor.h"
 #include "NetworkTypeKPILogs.h"
@@ -29,5 +30,6 @@ extern const std::string CLIENT_CERT_PATH;  ///< where client certificates are i
 extern const std::string VCONF_INSTANT_OFF_ON;  ///< key of the power manager's word to the daemon
 
 extern NetworkTypeKPI g_onwtypeKPI;
+extern CEAPCertUpdate g_oEAPCertUpdate;
 extern CQuillRemoteQRUILauncher g_oRemoteLauncher;
 extern NetworkCaptiveAP g_CaptiveAP;

@@ -44,6 +44,7 @@ constexpr Step kStartSteps[] = {
     registerCellularEvents,
     registerWifiEvents,
     [] { registerPowerCallback(true); },
+    [] { g_oEAPCertUpdate.Init(); },
     [] { g_onwtypeKPI.Start(); },
     register_NSLaunchVconf,
     [] { g_oRemoteLauncher.Init(); },

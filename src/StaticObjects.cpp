@@ -27,5 +27,6 @@ std::weak_ptr<WifiMonHandler> CNWSingleton<WifiMonHandler>::m_pInstance{};
 const std::string VCONF_INSTANT_OFF_ON = vconf_keys::kNotifyPelorus;
 
 NetworkTypeKPI g_onwtypeKPI;
+CEAPCertUpdate g_oEAPCertUpdate;
 CQuillRemoteQRUILauncher g_oRemoteLauncher;
 NetworkCaptiveAP g_CaptiveAP;

@@ -177,6 +177,7 @@ TEST(Lifecycle, UsesThePlatformInItsFixedOrder) {
                 "connection_set_network_monitor_cb",
                 "wifi_set_connection_state_changed_cb",
                 "vconf_notify_key_changed db/was/factory_reset",
+                "vconf_notify_key_changed db/menu/network/eap_certificate_status",
                 "vconf_notify_key_changed db/menu/network/network_type",
                 "vconf_get_str db/menu/network/network_type",
                 "vconf_notify_key_changed db/menu/network/launchNS",

@@ -59,6 +59,7 @@ std::vector<Object> ObjectsInOrder() {
       {"the Wi-Fi monitor's pointer", PointerOf(static_cast<WifiMonHandler*>(nullptr))},
       {"VCONF_INSTANT_OFF_ON", &VCONF_INSTANT_OFF_ON},
       {"g_onwtypeKPI", &g_onwtypeKPI},
+      {"g_oEAPCertUpdate", &g_oEAPCertUpdate},
       {"g_oRemoteLauncher", &g_oRemoteLauncher},
       {"g_CaptiveAP", &g_CaptiveAP},
   };
