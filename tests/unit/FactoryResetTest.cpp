@@ -140,6 +140,15 @@ TEST_F(FactoryReset, SymbolicLinksAreRemovedAndNotFollowed) {
   EXPECT_TRUE(fs::exists("/home/owner/elsewhere/kept"));
 }
 
+TEST_F(FactoryReset, ADirectoryThatIsALinkItselfIsRemovedAndNotFollowed) {
+  fs::create_directories("/home/owner/elsewhere");
+  std::ofstream("/home/owner/elsewhere/kept") << "kept";
+  fs::create_directory_symlink("/home/owner/elsewhere", "/home/owner/share/Root");
+  Change(0);
+  EXPECT_FALSE(fs::is_symlink("/home/owner/share/Root"));
+  EXPECT_TRUE(fs::exists("/home/owner/elsewhere/kept"));
+}
+
 TEST_F(FactoryReset, AParentThatCannotBeOpenedIsOnlyLogged) {
   Install(kRoot);
   g_opendir_error = EMFILE;
