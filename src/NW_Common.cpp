@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <string>
 #include <string_view>
 
 #include <dirent.h>
@@ -126,12 +125,7 @@ bool RemoveCertificateDir(const char* path) {
     return false;
   }
   NW_LOG("Folder exist");
-  // Without the slash at its end, through which the path of a link would lead into where it points.
-  std::string top = path;
-  while (top.size() > 1 && top.ends_with('/')) {
-    top.pop_back();
-  }
-  nftw(top.c_str(), unlink_cb, kWalkDescriptors, FTW_DEPTH | FTW_PHYS);
+  nftw(path, unlink_cb, kWalkDescriptors, FTW_DEPTH | FTW_PHYS);
   return true;
 }
 
