@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 
+#include "LiveObjects.h"
 #include "NetworkReadyWait.h"
 #include "wifi_manager.h"
 
@@ -16,7 +16,6 @@
 class NetworkCaptiveAP : public CNetworkReadyWait {
  public:
   NetworkCaptiveAP();
-  ~NetworkCaptiveAP();
 
   /// Starts the wait, where the TV can show a portal.
   void Init();
@@ -38,6 +37,6 @@ class NetworkCaptiveAP : public CNetworkReadyWait {
  private:
   void OnNetworkReadyWait() override;
 
-  std::string m_url;              // of the last portal
-  const std::uintptr_t m_number;  // no other one ever has it
+  std::string m_url;  // of the last portal
+  LiveObjects<NetworkCaptiveAP>::Entry m_entry{this};
 };

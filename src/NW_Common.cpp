@@ -1,15 +1,12 @@
 #include "NW_Common.h"
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <string_view>
 
-#include <dirent.h>
 #include <ftw.h>
 #include <glib.h>
-#include <unistd.h>
 
+#include "CFileSystem.h"
 #include "Log.h"
 #include "NetworkWirelessLog.h"
 #include "NotiProxy.h"
@@ -38,22 +35,6 @@ int unlink_cb(const char* path, const struct stat* /*status*/, int /*type*/, str
   return remove(path);
 }
 
-/// Makes the removal of the certificates survive the power-off that follows it.
-void SyncDir(const char* path) {
-  DIR* directory = opendir(path);
-  if (directory == nullptr) {
-    NW_LOG("Directory {%s} cannot be opened. Error (%d) ", path, errno);
-    return;
-  }
-  const int result = fsync(dirfd(directory));
-  if (result == 0) {
-    NW_LOG("Sync success %s", path);
-  } else {
-    NW_LOG("Could not fsync(%s), result %d", path, result);
-  }
-  closedir(directory);
-}
-
 void power_state_changed_cb(keynode_t* /*node*/, void* /*user_data*/) {
   NW_LOG("SetwellDaemon::power_off_clb");
 
@@ -61,7 +42,8 @@ void power_state_changed_cb(keynode_t* /*node*/, void* /*user_data*/) {
   const bool client_removed = RemoveCertificateDir(CLIENT_CERT_PATH.c_str());
   const bool root_removed = RemoveCertificateDir(ROOT_CERT_PATH.c_str());
   if (client_removed || root_removed) {
-    SyncDir(kCertificateParentDirectory);
+    // Or the power-off that follows brings them back.
+    CFileSystem::SyncDir(kCertificateParentDirectory);
   }
 
   int reset = -1;

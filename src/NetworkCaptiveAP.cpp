@@ -1,6 +1,5 @@
 #include "NetworkCaptiveAP.h"
 
-#include <map>
 #include <utility>
 
 #include "Log.h"
@@ -13,33 +12,13 @@ namespace {
 constexpr guint kWaitSeconds = 10;
 constexpr char kBrowser[] = "org.orvik.browser";
 
-/// Those that exist, by their number. Never destroyed: static objects leave it at the end of the
-/// process.
-std::map<std::uintptr_t, NetworkCaptiveAP*>& Askers() {
-  static auto* const askers = new std::map<std::uintptr_t, NetworkCaptiveAP*>;
-  return *askers;
-}
-
-std::uintptr_t Enlist(NetworkCaptiveAP* asker) {
-  static std::uintptr_t last_number = 0;
-  Askers().emplace(++last_number, asker);
-  return last_number;
-}
-
-/// The platform keeps a number and no pointer, because who asked may be gone when it answers.
 void OnAnswer(wifi_manager_error_e error, bool is_captive, char* url, void* number) {
-  const auto asker = Askers().find(reinterpret_cast<std::uintptr_t>(number));
-  NetworkCaptiveAP::OnCaptiveAPCB(error, is_captive, url,
-                                  asker == Askers().end() ? nullptr : asker->second);
+  NetworkCaptiveAP::OnCaptiveAPCB(error, is_captive, url, LiveObjects<NetworkCaptiveAP>::Find(number));
 }
 
 }  // namespace
 
-NetworkCaptiveAP::NetworkCaptiveAP() : CNetworkReadyWait(kWaitSeconds), m_number(Enlist(this)) {}
-
-NetworkCaptiveAP::~NetworkCaptiveAP() {
-  Askers().erase(m_number);
-}
+NetworkCaptiveAP::NetworkCaptiveAP() : CNetworkReadyWait(kWaitSeconds) {}
 
 void NetworkCaptiveAP::Init() {
   if (IsFeatureSupported()) {
@@ -79,8 +58,7 @@ void NetworkCaptiveAP::OnNetworkReadyWait() {
 
 void NetworkCaptiveAP::CheckCaptiveAP() {
   NW_LOG("START");
-  if (wifi_ap_is_captive_portal_network(OnAnswer, reinterpret_cast<void*>(m_number)) ==
-      WIFI_MANAGER_ERROR_NONE) {
+  if (wifi_ap_is_captive_portal_network(OnAnswer, m_entry.AsUserData()) == WIFI_MANAGER_ERROR_NONE) {
     NW_LOG("wifi_ap_is_captive_portal_network call success");
   } else {
     NW_LOG("wifi_ap_is_captive_portal_network call Fail");

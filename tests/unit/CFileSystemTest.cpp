@@ -11,8 +11,6 @@
 #include <map>
 #include <utility>
 
-#include <dirent.h>
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/capability.h>
@@ -21,33 +19,19 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "FailingDisk.h"
 #include "TestLog.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-int g_opendir_error = 0;
-bool g_fsync_fails = false;
 bool g_mkdir_comes_late = false;
 std::function<void(const char* path)> g_before_open;
 
 }  // namespace
 
-// A disk that fails, and others who work on it at the same time.
-extern "C" DIR* opendir(const char* path) {
-  if (g_opendir_error != 0) {
-    errno = g_opendir_error;
-    return nullptr;
-  }
-  static const auto real = reinterpret_cast<DIR* (*)(const char*)>(dlsym(RTLD_NEXT, "opendir"));
-  return real(path);
-}
-
-extern "C" int fsync(int fd) {
-  return g_fsync_fails ? -1 : static_cast<int>(syscall(SYS_fsync, fd));
-}
-
+// Others who work on the disk at the same time.
 extern "C" int mkdir(const char* path, mode_t mode) {
   const auto result = static_cast<int>(syscall(SYS_mkdir, path, mode));
   if (g_mkdir_comes_late) {

@@ -3,12 +3,11 @@
 #include <filesystem>
 #include <fstream>
 
-#include <dirent.h>
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "FailingDisk.h"
 #include "MainLoop.h"
 #include "NW_Common.h"
 #include "TestLog.h"
@@ -18,26 +17,7 @@
 
 namespace fs = std::filesystem;
 
-namespace {
-
-int g_opendir_error = 0;
-bool g_fsync_fails = false;
-
-}  // namespace
-
-// A disk that fails at the moment of the reset.
-extern "C" DIR* opendir(const char* path) {
-  if (g_opendir_error != 0) {
-    errno = g_opendir_error;
-    return nullptr;
-  }
-  static const auto real = reinterpret_cast<DIR* (*)(const char*)>(dlsym(RTLD_NEXT, "opendir"));
-  return real(path);
-}
-
-extern "C" int fsync(int fd) {
-  return g_fsync_fails ? -1 : static_cast<int>(syscall(SYS_fsync, fd));
-}
+namespace {}  // namespace
 
 namespace {
 
