@@ -197,6 +197,34 @@ int connection_close_profile(connection_h connection, connection_profile_h profi
 int connection_open_profile(connection_h connection, connection_profile_h profile,
                             connection_profile_changed_cb callback, void* user_data);
 
+/// Whether the platform captures the packets of all its networks.
+typedef enum {
+  CONNECTION_TCPDUMP_STATE_STOPPED = 0,
+  CONNECTION_TCPDUMP_STATE_RUNNING = 1,
+} connection_tcpdump_state_e;
+
+/// Begins to capture the packets of all networks, also of those that appear later. There is one capture
+/// for the whole platform, whichever handle began it. Its file, in libpcap's format and whole once the
+/// capture has been stopped, is "/opt/usr/data/network/tcpdump-[time].pcap", with that literal name; it
+/// replaces the file of the last capture. How much is kept and for how long is the platform's: what is
+/// oldest goes first.
+/// @return CONNECTION_ERROR_NONE, CONNECTION_ERROR_INVALID_PARAMETER when there is no such handle,
+///         CONNECTION_ERROR_OPERATION_FAILED when a capture runs already, or when its file or the
+///         packets cannot be had, CONNECTION_ERROR_NOT_SUPPORTED
+int connection_profile_start_tcpdump(connection_h connection);
+
+/// Ends the capture. Every packet that was sent or received before this call is in the file when it
+/// returns, unless newer ones have pushed it out. May take a few tenths of a second.
+/// @return CONNECTION_ERROR_NONE, also when the platform had ended the capture by itself;
+///         CONNECTION_ERROR_INVALID_PARAMETER when there is no such handle,
+///         CONNECTION_ERROR_OPERATION_FAILED when none was started or the file could not be finished,
+///         CONNECTION_ERROR_NOT_SUPPORTED
+int connection_profile_stop_tcpdump(connection_h connection);
+
+/// @param state  out: untouched on failure
+/// @return CONNECTION_ERROR_NONE, CONNECTION_ERROR_INVALID_PARAMETER, CONNECTION_ERROR_NOT_SUPPORTED
+int connection_profile_get_tcpdump_state(connection_h connection, connection_tcpdump_state_e* state);
+
 #ifdef __cplusplus
 }
 #endif
