@@ -19,6 +19,9 @@ class NumberedHandles {
   /// @return false when there is no such handle (any more)
   bool Remove(Handle handle) { return m_objects.erase(handle) != 0; }
 
+  /// Ends them all.
+  void Clear() { m_objects.clear(); }
+
   /// Null when there is no such handle (any more); valid until it is removed.
   Object* Find(Handle handle) {
     const auto object = m_objects.find(handle);

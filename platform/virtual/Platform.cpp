@@ -25,6 +25,7 @@ int platform_start() {
   tv.GetWiredProfile().Open();
   tv.GetTelephony().Line().Open();
   tv.GetInternet().Line().Open();
+  tv.GetUsbSockets().Line().Open();
   tv.GetWifi().Open();
   if (const int no_watch = tv.GetSettingsApp().Watch(); no_watch != 0) {
     PLATFORM_LOG(DLOG_ERROR, "the settings application sees nothing: %s", g_strerror(no_watch));
@@ -48,6 +49,7 @@ void platform_stop() {
   tv.GetWiredProfile().Close();
   tv.GetTelephony().Line().Close();
   tv.GetInternet().Line().Close();
+  tv.GetUsbSockets().Line().Close();
   tv.GetWifi().Close();
   tv.GetSettingsApp().Sleep();
 }

@@ -50,6 +50,8 @@ DeliveryLine& VirtualTv::LineOf(EventKind kind) {
       return m_wifi.Portal().Line();
     case EventKind::kProfile:
       return m_wired_profile.Line();
+    case EventKind::kStick:
+      return m_usb_sockets.Line();
   }
   std::abort();
 }

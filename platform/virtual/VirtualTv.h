@@ -12,8 +12,10 @@
 #include "Internet.h"
 #include "NetworkTypeKey.h"
 #include "Packages.h"
+#include "PacketCapture.h"
 #include "SettingsApp.h"
 #include "Telephony.h"
+#include "UsbSockets.h"
 #include "Wifi.h"
 #include "WiredProfile.h"
 
@@ -22,8 +24,9 @@
 /// that no order of static objects matters. Main-loop thread only, but for the record of calls and the
 /// failures, which any thread may meet.
 ///
-/// A new TV has no cable, no dongle, no telephony service, no packages, and the features of its key file
-/// (see SystemInfo). Events reach the program on the main loop, after the latency of their kind.
+/// A new TV has no cable, no dongle, no telephony service, no stick, no packages, and the features of
+/// its key file (see SystemInfo). Events reach the program on the main loop, after the latency of their
+/// kind.
 class VirtualTv {
  public:
   static VirtualTv& Instance();
@@ -60,6 +63,7 @@ class VirtualTv {
     kWifiState,    ///< from a change of Wi-Fi's connection to the callback
     kPortal,       ///< from the question for a portal to its answer
     kProfile,      ///< from asking to close or to open the wired network to its being so
+    kStick,        ///< from the socket to the callback
   };
   /// For the events from now on; 10 ms until it is set, and for requests what WifiRequests, WifiScans,
   /// WifiPortal and WiredProfile name.
@@ -101,6 +105,8 @@ class VirtualTv {
   [[nodiscard]] Wifi& GetWifi() { return m_wifi; }
   [[nodiscard]] Internet& GetInternet() { return m_internet; }
   [[nodiscard]] Packages& GetPackages() { return m_packages; }
+  [[nodiscard]] UsbSockets& GetUsbSockets() { return m_usb_sockets; }
+  [[nodiscard]] PacketCapture& GetCapture() { return m_capture; }
 
   /// Where the TV's sound goes; 0 until it is set.
   void SetSpeakerSelection(int selection) { m_speaker_selection = selection; }
@@ -126,6 +132,8 @@ class VirtualTv {
   NetworkTypeKey m_network_type;
   SettingsApp m_settings_app;
   Packages m_packages;
+  UsbSockets m_usb_sockets;
+  PacketCapture m_capture;
   int m_speaker_selection = 0;
   std::map<std::string, std::string> m_features;  // those that were set here, by whole key
 

@@ -314,3 +314,32 @@ int connection_open_profile(connection_h connection, connection_profile_h profil
                             connection_profile_changed_cb callback, void* user_data) {
   return ChangeProfile("connection_open_profile", connection, profile, true, callback, user_data);
 }
+
+int connection_profile_start_tcpdump(connection_h connection) {
+  VirtualTv& tv = VirtualTv::Instance();
+  if (const auto refusal = call_gate::Refusal("connection_profile_start_tcpdump")) {
+    return *refusal;
+  }
+  return Connections().Has(connection) ? tv.GetCapture().Start() : CONNECTION_ERROR_INVALID_PARAMETER;
+}
+
+int connection_profile_stop_tcpdump(connection_h connection) {
+  VirtualTv& tv = VirtualTv::Instance();
+  if (const auto refusal = call_gate::Refusal("connection_profile_stop_tcpdump")) {
+    return *refusal;
+  }
+  return Connections().Has(connection) ? tv.GetCapture().Stop() : CONNECTION_ERROR_INVALID_PARAMETER;
+}
+
+int connection_profile_get_tcpdump_state(connection_h connection, connection_tcpdump_state_e* state) {
+  VirtualTv& tv = VirtualTv::Instance();
+  if (const auto refusal = call_gate::Refusal("connection_profile_get_tcpdump_state")) {
+    return *refusal;
+  }
+  if (!Connections().Has(connection) || state == nullptr) {
+    return CONNECTION_ERROR_INVALID_PARAMETER;
+  }
+  *state =
+      tv.GetCapture().IsRunning() ? CONNECTION_TCPDUMP_STATE_RUNNING : CONNECTION_TCPDUMP_STATE_STOPPED;
+  return CONNECTION_ERROR_NONE;
+}
