@@ -4,10 +4,10 @@
 
 /// Operations on the directories of certificates. Directories end with a slash: a file's path is the
 /// directory with the file's name behind it. Without state; they work on the thread that calls them.
+/// What they share with CFileFunc is in FileOperations.h.
 ///
-/// What is written or removed is in the directory that was named and nowhere else. A destination that is
-/// a symbolic link is replaced and not written through, and a directory that is one itself is left
-/// alone.
+/// What is written or removed is in the directory that was named and nowhere else: a directory that is a
+/// symbolic link itself is left alone.
 class CFileSystem {
  public:
   /// Copies the certificates of a directory, but not of those in it. What goes wrong with one ends the
