@@ -2,16 +2,20 @@
 
 #include <string>
 
+#include "CTCPDump.h"
 #include "EAPCertUpdate.h"
 #include "NetworkCaptiveAP.h"
 #include "NetworkMonitor.h"
 #include "NetworkTypeKPILogs.h"
 #include "QuillRemoteQRUILauncher.h"
 #include "RSEUtil.h"
+#include "TCPDumpHandler.h"
 #include "WifiMonHandler.h"
 
 /// The objects of the process that exist before main() and end after it, all defined in
 /// StaticObjects.cpp, in the order in which they are built.
+
+// TCPDumpHandler::m_USBAPIObj, declared in TCPDumpHandler.h
 
 extern const std::string SOLSTICE_FMS;  ///< feature key of a projector's engine type
 
@@ -33,3 +37,4 @@ extern NetworkTypeKPI g_onwtypeKPI;
 extern CEAPCertUpdate g_oEAPCertUpdate;
 extern CQuillRemoteQRUILauncher g_oRemoteLauncher;
 extern NetworkCaptiveAP g_CaptiveAP;
+extern CTCPDump g_TCPDump;

@@ -5,6 +5,8 @@
 
 // One file, because only within one file is the order of construction certain.
 
+USB TCPDumpHandler::m_USBAPIObj;
+
 const std::string SOLSTICE_FMS = FEATURE_PROJECTOR_ENGINE_TYPE;
 
 template <>
@@ -30,3 +32,4 @@ NetworkTypeKPI g_onwtypeKPI;
 CEAPCertUpdate g_oEAPCertUpdate;
 CQuillRemoteQRUILauncher g_oRemoteLauncher;
 NetworkCaptiveAP g_CaptiveAP;
+CTCPDump g_TCPDump;

@@ -36,8 +36,10 @@ struct Opened {
 };
 const void* PointerOf(NetworkMonitor*);
 const void* PointerOf(WifiMonHandler*);
+const void* PointerOf(TCPDumpHandler*);
 template struct Opened<&CNWSingleton<NetworkMonitor>::m_pInstance, NetworkMonitor>;
 template struct Opened<&CNWSingleton<WifiMonHandler>::m_pInstance, WifiMonHandler>;
+template struct Opened<&TCPDumpHandler::m_USBAPIObj, TCPDumpHandler>;
 
 struct Object {
   const char* name;
@@ -46,6 +48,7 @@ struct Object {
 
 std::vector<Object> ObjectsInOrder() {
   return {
+      {"TCPDumpHandler::m_USBAPIObj", PointerOf(static_cast<TCPDumpHandler*>(nullptr))},
       {"SOLSTICE_FMS", &SOLSTICE_FMS},
       {"the internet monitor's pointer", PointerOf(static_cast<NetworkMonitor*>(nullptr))},
       {"RSEUtil::m_RSEVconf", &RSEUtil::m_RSEVconf},
@@ -62,6 +65,7 @@ std::vector<Object> ObjectsInOrder() {
       {"g_oEAPCertUpdate", &g_oEAPCertUpdate},
       {"g_oRemoteLauncher", &g_oRemoteLauncher},
       {"g_CaptiveAP", &g_CaptiveAP},
+      {"g_TCPDump", &g_TCPDump},
   };
 }
 
