@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 /// The active network, by the numbers that the popup rules and the KPI records use.
 enum eNetworkType {
@@ -15,6 +16,17 @@ struct FreeDeleter {
   void operator()(char* text) const { std::free(text); }
 };
 using HeapString = std::unique_ptr<char, FreeDeleter>;
+
+/// Asks a function of the platform whose last parameter hands out a heap string.
+/// @param get  returns 0 for success, as all interfaces of the platform do
+/// @return null on failure
+template <class Get, class... Arguments>
+HeapString ReadText(Get get, Arguments... arguments) {
+  char* text = nullptr;
+  const int error = get(arguments..., &text);
+  HeapString owned(text);
+  return error == 0 ? std::move(owned) : nullptr;
+}
 
 /// The active network by "db/menu/network/network_type"; wired when the key has no value or an unknown
 /// one. Any thread.

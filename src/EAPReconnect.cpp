@@ -79,9 +79,7 @@ bool CEAPReconnect::_DisconnectAP() {
     NW_LOG("{EAP} wifi_get_connected_ap %d", no_ap);
     return false;
   }
-  char* name = nullptr;
-  wifi_ap_get_essid(m_ap, &name);
-  const HeapString essid(name);
+  const HeapString essid = ReadText(wifi_ap_get_essid, m_ap);
   const char* const shown = essid == nullptr ? "" : essid.get();
   wifi_security_type_e security = WIFI_SECURITY_TYPE_NONE;
   wifi_ap_get_security_type(m_ap, &security);

@@ -154,10 +154,8 @@ void CNetworkLogService::SendKPIDataInternal() {
 }
 
 std::string CNetworkLogService::GetProductSWVersion() {
-  char* value = nullptr;
-  const int result = system_info_get_value_string(SYSTEM_INFO_KEY_PRODUCT_SW_VERSION, &value);
-  const HeapString owned(value);
-  if (result != SYSTEM_INFO_ERROR_NONE || owned == nullptr) {
+  const HeapString owned = ReadText(system_info_get_value_string, SYSTEM_INFO_KEY_PRODUCT_SW_VERSION);
+  if (owned == nullptr) {
     NW_LOG("PNP KPI: GetProductSWVersion Failed");
     return "";
   }

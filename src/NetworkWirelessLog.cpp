@@ -35,13 +35,6 @@ OwnedAP TakeConnectedAP() {
 
 /// A text of an access point.
 /// @return null when it cannot be read
-HeapString Read(int (*get)(wifi_ap_h, char**), wifi_ap_h ap) {
-  char* text = nullptr;
-  const int result = get(ap, &text);
-  HeapString owned(text);
-  return result == WIFI_ERROR_NONE ? std::move(owned) : nullptr;
-}
-
 }  // namespace
 
 WirelessLog::~WirelessLog() {
@@ -105,7 +98,7 @@ void WirelessLog::SyncAPNameVconf() {
   if (ap == nullptr) {
     return;
   }
-  const HeapString name = Read(wifi_ap_get_essid, ap.get());
+  const HeapString name = ReadText(wifi_ap_get_essid, ap.get());
   if (name != nullptr) {
     vconf_set_str(vconf_keys::kApName, name.get());
     NW_LOG("[ Update ap_name vconf => %s ]", name.get());
@@ -132,7 +125,7 @@ bool WirelessLog::IsAutoConnectAP(wifi_ap_h ap, std::string& name) {
 }
 
 bool WirelessLog::IsSettingsChanged(wifi_ap_h ap) {
-  const HeapString name = Read(wifi_ap_get_essid, ap);
+  const HeapString name = ReadText(wifi_ap_get_essid, ap);
   if (name == nullptr) {
     NW_LOG("Fail to get AP name");
     return false;
@@ -147,17 +140,14 @@ bool WirelessLog::IsSettingsChanged(wifi_ap_h ap) {
 }
 
 bool WirelessLog::IsIPV4(wifi_ap_h ap) {
-  char* address = nullptr;
-  const int result = wifi_ap_get_ip_address(ap, CONNECTION_ADDRESS_FAMILY_IPV4, &address);
-  const HeapString owned(address);
-  const bool is_there = result == WIFI_ERROR_NONE && owned != nullptr;
+  const bool is_there = ReadText(wifi_ap_get_ip_address, ap, CONNECTION_ADDRESS_FAMILY_IPV4) != nullptr;
   NW_LOG("[NOT IPV4 connected => %s ]", is_there ? "true" : "false");
   return is_there;
 }
 
 bool WirelessLog::IsBSSIDChanged(wifi_ap_h ap) {
   const HeapString saved(vconf_get_str(vconf_keys::kConnectedApBssid));
-  const HeapString current = Read(wifi_ap_get_bssid, ap);
+  const HeapString current = ReadText(wifi_ap_get_bssid, ap);
   const bool is_changed =
       current != nullptr &&
       (saved == nullptr || std::strncmp(saved.get(), current.get(), kBSSIDLength) != 0);
@@ -166,7 +156,7 @@ bool WirelessLog::IsBSSIDChanged(wifi_ap_h ap) {
 }
 
 void WirelessLog::UpdateBSSIDVconf(wifi_ap_h ap) {
-  const HeapString bssid = Read(wifi_ap_get_bssid, ap);
+  const HeapString bssid = ReadText(wifi_ap_get_bssid, ap);
   if (bssid != nullptr) {
     vconf_set_str(vconf_keys::kConnectedApBssid, bssid.get());
   }
@@ -220,10 +210,10 @@ void WirelessLog::APSettingsChanged() {
     NW_LOG("No Connected AP");
     return;
   }
-  if (Read(wifi_ap_get_essid, ap.get()) == nullptr) {
+  if (ReadText(wifi_ap_get_essid, ap.get()) == nullptr) {
     NW_LOG("Fail to get AP name");
   }
-  const HeapString bssid = Read(wifi_ap_get_bssid, ap.get());
+  const HeapString bssid = ReadText(wifi_ap_get_bssid, ap.get());
   NW_LOG("mac address  %s", bssid.get());
   int frequency = 0;
   wifi_ap_get_frequency(ap.get(), &frequency);

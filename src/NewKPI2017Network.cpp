@@ -3,7 +3,6 @@
 #include <cstring>
 #include <sstream>
 #include <string_view>
-#include <utility>
 
 #include "Log.h"
 #include "MacPrefix.h"
@@ -22,18 +21,12 @@ std::string ReadBSSID(const MWHandler& mw) {
 
 /// @return null when there is none
 HeapString ReadAddress(wifi_ap_h ap, connection_address_family_e family) {
-  char* address = nullptr;
-  const bool is_read = ap != nullptr && wifi_ap_get_ip_address(ap, family, &address) == WIFI_ERROR_NONE;
-  HeapString owned(address);
-  return is_read ? std::move(owned) : nullptr;
+  return ap == nullptr ? nullptr : ReadText(wifi_ap_get_ip_address, ap, family);
 }
 
 /// @return null when there is none
 HeapString ReadAddress(connection_h connection, connection_address_family_e family) {
-  char* address = nullptr;
-  const bool is_read = connection_get_ip_address(connection, family, &address) == CONNECTION_ERROR_NONE;
-  HeapString owned(address);
-  return is_read ? std::move(owned) : nullptr;
+  return ReadText(connection_get_ip_address, connection, family);
 }
 
 /// @param address  null for none
@@ -240,11 +233,9 @@ std::string CLanPortStatus::GetResult(MWHandler& mw) {
 }
 
 std::string CEthernetData::GetMac(MWHandler& mw) {
-  char* mac = nullptr;
-  const bool is_read = connection_get_mac_address(mw.GetConnection(), CONNECTION_TYPE_ETHERNET, &mac) ==
-                       CONNECTION_ERROR_NONE;
-  const HeapString owned(mac);
-  return "mac=" + GetMacPrefix(is_read && owned != nullptr ? owned.get() : "");
+  const HeapString mac =
+      ReadText(connection_get_mac_address, mw.GetConnection(), CONNECTION_TYPE_ETHERNET);
+  return "mac=" + GetMacPrefix(mac == nullptr ? "" : mac.get());
 }
 
 std::string CEthernetData::GetIPType(MWHandler& mw) {

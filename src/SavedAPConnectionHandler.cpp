@@ -50,14 +50,6 @@ constexpr ErrorName kErrorNames[] = {
     {WIFI_MANAGER_ERROR_INVALID_GATEWAY, "INVALID_GATEWAY"},
 };
 
-HeapString ReadEssid(wifi_manager_ap_h ap) {
-  char* essid = nullptr;
-  if (wifi_manager_ap_get_essid(ap, &essid) != WIFI_MANAGER_ERROR_NONE) {
-    return nullptr;
-  }
-  return HeapString(essid);
-}
-
 }  // namespace
 
 SavedAPConnHander* SavedAPConnHander::GetInstance() {
@@ -193,7 +185,7 @@ void SavedAPConnHander::_WifiForeachFoundAp() {
 
 bool SavedAPConnHander::_WifiForeachFoundApCb(wifi_manager_ap_h ap, void* handler) {
   auto* const self = static_cast<SavedAPConnHander*>(handler);
-  const HeapString essid = ReadEssid(ap);
+  const HeapString essid = ReadText(wifi_manager_ap_get_essid, ap);
   if (essid == nullptr) {
     self->ChangeStatusToConnected(false);
     NW_LOG("wifi_manager_ap_get_bssid API:Failed");
@@ -241,7 +233,7 @@ void SavedAPConnHander::WifiForEachHiddenAPCB(wifi_manager_error_e error, void* 
 
 bool SavedAPConnHander::FindHiddenAP_CB(wifi_manager_ap_h ap, void* handler) {
   auto* const self = static_cast<SavedAPConnHander*>(handler);
-  const HeapString essid = ReadEssid(ap);
+  const HeapString essid = ReadText(wifi_manager_ap_get_essid, ap);
   if (self == nullptr || essid == nullptr) {
     return false;
   }
@@ -329,10 +321,8 @@ void SavedAPConnHander::UpdateConnectedAPInList() {
   const WifiAp ap(handle);
   HeapString essid;
   if (is_connected) {
-    char* text = nullptr;
-    const bool has_name = wifi_ap_get_essid(ap.get(), &text) == WIFI_ERROR_NONE;
-    essid.reset(text);
-    if (!has_name || essid == nullptr) {
+    essid = ReadText(wifi_ap_get_essid, ap.get());
+    if (essid == nullptr) {
       NW_LOG("Fail to get AP name");
       return;
     }

@@ -17,15 +17,6 @@ namespace {
 constexpr unsigned kHandOverSeconds = 1;
 constexpr int kWeakestSignal = -120;
 
-/// Null when it has none.
-HeapString ReadEssid(wifi_ap_h ap) {
-  char* essid = nullptr;
-  if (wifi_ap_get_essid(ap, &essid) != WIFI_ERROR_NONE) {
-    return nullptr;
-  }
-  return HeapString(essid);
-}
-
 }  // namespace
 
 SavedAPPriorityHandler* SavedAPPriorityHandler::GetInstance() {
@@ -161,10 +152,8 @@ void SavedAPPriorityHandler::_WifiForeachFoundAp() {
 }
 
 bool SavedAPPriorityHandler::_WifiForeachFoundApCb(wifi_manager_ap_h ap, void* handler) {
-  char* text = nullptr;
-  const int essid_error = wifi_manager_ap_get_essid(ap, &text);
-  const HeapString essid(text);
-  if (essid_error != WIFI_MANAGER_ERROR_NONE) {
+  const HeapString essid = ReadText(wifi_manager_ap_get_essid, ap);
+  if (essid == nullptr) {
     NW_LOG("wifi_manager_ap_get_essid API:Failed");
   }
   int signal = kWeakestSignal;
@@ -219,7 +208,7 @@ gboolean SavedAPPriorityHandler::UpdateVconfCb(gpointer handler) {
 }
 
 void SavedAPPriorityHandler::UpdateListOnAPConnect(wifi_ap_h ap) {
-  const HeapString essid = ReadEssid(ap);
+  const HeapString essid = ReadText(wifi_ap_get_essid, ap);
   if (essid == nullptr) {
     return;
   }
@@ -235,7 +224,7 @@ void SavedAPPriorityHandler::UpdateListOnAPConnect(wifi_ap_h ap) {
 }
 
 void SavedAPPriorityHandler::UpdateListOnAPDisConnect(wifi_ap_h ap) {
-  if (const HeapString essid = ReadEssid(ap)) {
+  if (const HeapString essid = ReadText(wifi_ap_get_essid, ap)) {
     const auto left = std::ranges::find(m_SavedList, std::string_view(essid.get()), &SavedAPData::Name);
     if (left != m_SavedList.end()) {
       left->Status = "Disconnected";

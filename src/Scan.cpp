@@ -1,28 +1,9 @@
 #include "Scan.h"
 
-#include <utility>
-
 #include "CacheDualBandStatus.h"
 #include "Log.h"
 #include "NW_Common.h"
 #include "setwell/NetworkUtil.h"
-
-namespace {
-
-HeapString ReadBSSID(wifi_ap_h ap) {
-  char* bssid = nullptr;
-  const int result = wifi_ap_get_bssid(ap, &bssid);
-  HeapString owned(bssid);
-  return result == WIFI_ERROR_NONE ? std::move(owned) : nullptr;
-}
-
-HeapString ReadESSID(wifi_ap_h ap) {
-  char* essid = nullptr;
-  wifi_ap_get_essid(ap, &essid);
-  return HeapString(essid);
-}
-
-}  // namespace
 
 wifi_manager_connection_mode_e GetConnectionMode(wifi_ap_h ap) {
   wifi_manager_connection_mode_e mode = WIFI_MANAGER_CONNECTION_MODE_80211N;
@@ -68,7 +49,7 @@ bool WifiWPSScan::IsDualBandCached(void* ap) {
 }
 
 std::string WifiWPSScan::GetBSSID(void* ap) {
-  const HeapString bssid = ReadBSSID(static_cast<wifi_ap_h>(ap));
+  const HeapString bssid = ReadText(wifi_ap_get_bssid, static_cast<wifi_ap_h>(ap));
   return bssid != nullptr ? bssid.get() : "";
 }
 
@@ -84,11 +65,11 @@ bool WifiWPSScan::_IsDualBandNormal() {
 
 bool WifiWPSScan::__IterateList(wifi_ap_h ap, void* user) {
   auto* const self = static_cast<WifiWPSScan*>(user);
-  const HeapString bssid = ReadBSSID(ap);
+  const HeapString bssid = ReadText(wifi_ap_get_bssid, ap);
   if (bssid == nullptr) {
     return true;
   }
-  NW_LOG("ssid=>%s  BSSID %s ,apbssid %s", ReadESSID(ap).get(), bssid.get(),
+  NW_LOG("ssid=>%s  BSSID %s ,apbssid %s", ReadText(wifi_ap_get_essid, ap).get(), bssid.get(),
          self->m_connectedBSSID.c_str());
   int diff = 0;
   if (Setwell::NetworkUtil::IsDualBand(bssid.get(), self->m_connectedBSSID, diff) && diff != 0) {

@@ -23,11 +23,8 @@ WifiManagerAp CloneAp(wifi_manager_ap_h ap) {
 }
 
 SavedConfiguration _get_values_from_wifi_manager_config(wifi_manager_config_h config) {
-  char* name = nullptr;
-  const bool has_name = wifi_manager_config_get_name(config, &name) == WIFI_MANAGER_ERROR_NONE;
-  const HeapString owned(name);
-  SavedConfiguration values{has_name && owned != nullptr ? owned.get() : "NOT_AVAILABLE",
-                            WIFI_SECURITY_TYPE_NONE, 0};
+  const HeapString name = ReadText(wifi_manager_config_get_name, config);
+  SavedConfiguration values{name == nullptr ? "NOT_AVAILABLE" : name.get(), WIFI_SECURITY_TYPE_NONE, 0};
   wifi_manager_config_get_security_type(config, &values.security_type);
   if (wifi_manager_config_get_frequency(config, &values.frequency) != WIFI_MANAGER_ERROR_NONE) {
     values.frequency = 0;
