@@ -43,8 +43,8 @@ int usb_device_list_get_first(usb_device_list_h list, usb_device_h* device);
 /// @return USB_ERROR_NONE or USB_ERROR_INVALID_PARAMETER
 int usb_device_free_device_list(usb_device_list_h list);
 
-/// Where the device's file system is in the tree, without a slash at its end. A device that is not
-/// mounted is mounted first.
+/// Where the device's file system is in the tree: a directory and no link to one, without a slash at its
+/// end. A device that is not mounted is mounted first.
 /// @return borrowed, valid until the next call of this function; null when the device cannot be mounted,
 /// has
 ///         no file system or is gone
