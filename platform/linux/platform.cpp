@@ -4,6 +4,7 @@
 #include "Connections.h"
 #include "NetworkType.h"
 #include "Telephony.h"
+#include "packet_capture.h"
 
 namespace {
 
@@ -25,6 +26,7 @@ int platform_start(void) {
 
 void platform_stop(void) {
   StopTelephony();
+  FinishCapture();
   TheNetworkType().reset();
   StopConnections();
 }
