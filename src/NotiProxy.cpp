@@ -1,14 +1,9 @@
 #include "NotiProxy.h"
 
 #include <atomic>
-#include <cerrno>
 #include <utility>
 
-#include <signal.h>
-#include <spawn.h>
-#include <sys/types.h>
-#include <sys/wait.h>
-
+#include "ChildProgram.h"
 #include "Log.h"
 #include "vconf.h"
 #include "vconf_keys.h"
@@ -19,17 +14,10 @@ constexpr char kNotificationProgram[] = "/usr/apps/org.orvik.Pelorus/bin/pelorus
 
 /// True while a program that was started is up. Cleared in signal context.
 std::atomic<bool> m_bchildstatus{false};
-static_assert(std::atomic<bool>::is_always_lock_free);
 
-/// Process-wide: it answers for every child of the daemon, whichever launcher started it. It must not
-/// block: a spawn that failed leaves a SIGCHLD without a child to reap, while another child may run on.
 void zombie_handler(int /*signal*/) {
-  const int saved_errno = errno;
   NW_LOG("SIGCHLD signal is comming");
-  int status = 0;
-  waitpid(-1, &status, WNOHANG);
-  m_bchildstatus.store(false);
-  errno = saved_errno;
+  ReapChildProgram(m_bchildstatus);
 }
 
 }  // namespace
@@ -81,13 +69,8 @@ void NotiProxy::HandleChildFork(std::string keyword, std::string data) {
 
   // The keyword itself is argument 0: the program is found by its path and told apart by its name.
   char* arguments[] = {keyword.data(), data.empty() ? nullptr : data.data(), nullptr};
-  signal(SIGCHLD, zombie_handler);
-  // Set before the spawn: a program that ends at once may be reaped before posix_spawn() returns here.
-  m_bchildstatus.store(true);
   pid_t pid = 0;
-  const int result = posix_spawn(&pid, kNotificationProgram, nullptr, nullptr, arguments, nullptr);
+  const int result =
+      StartChildProgram(kNotificationProgram, arguments, zombie_handler, m_bchildstatus, pid);
   NW_LOG("posix_spawn ret %d pid %d", result, pid);
-  if (result != 0) {
-    m_bchildstatus.store(false);
-  }
 }

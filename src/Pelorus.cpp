@@ -10,6 +10,7 @@
 #include "NW_LanPopup.h"
 #include "SavedAPConnectionHandler.h"
 #include "SavedNetworkPriorityHandler.h"
+#include "SoftapProxy.h"
 #include "StaticObjects.h"
 #include "WifiOnOffInfo.h"
 #include "call_guarded.h"
@@ -36,6 +37,19 @@ void ResetNetworkAppStatus() {
   }
 }
 
+void LaunchSoftapManager() {
+  if (SoftapProxy::IsB2BOptionSupported()) {
+    NW_LOG("launch Softap Manager!!");
+    GetInstance()->Launch_SoftapMgr();
+  }
+}
+
+void LeaveSoftapManager() {
+  if (SoftapProxy::IsB2BOptionSupported()) {
+    GetInstance()->Unregistered_softapMgr();
+  }
+}
+
 constexpr Step kStartSteps[] = {
     [] { GetPOCInstance()->Init(); },
     [] { SavedAPConnHander::GetInstance()->RegisterVconf(); },
@@ -52,6 +66,7 @@ constexpr Step kStartSteps[] = {
     [] { g_CaptiveAP.Init(); },
     [] { GetWifiOnOffInstance()->Init(); },
     ResetNetworkAppStatus,
+    LaunchSoftapManager,
 };
 
 /// Not the reverse of the start.
@@ -62,6 +77,7 @@ constexpr Step kStopSteps[] = {
     [] { registerPowerCallback(false); },
     [] { g_onwtypeKPI.Stop(); },
     deregister_NSLaunchVconf,
+    LeaveSoftapManager,
     [] { g_oRemoteLauncher.DeInit(); },
     [] { g_TCPDump.DeInit(); },
     [] { g_CaptiveAP.DeInit(); },

@@ -34,6 +34,7 @@ const char* NoteOn(const scenario::Step& step) {
       return "  (look at the log)";
     case Kind::kExpectFile:
     case Kind::kExpectNoFile:
+    case Kind::kExpectSoftapManager:
       return "  (not checked from here)";
     case Kind::kTv:
     case Kind::kSet:

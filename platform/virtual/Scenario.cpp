@@ -65,6 +65,9 @@ void ParseExpectation(const Words& words, Step& step) {
     step.kind = Kind::kExpectFile;
   } else if (has({"expect", "no", "file"}, 1)) {
     step.kind = Kind::kExpectNoFile;
+  } else if (has({"expect", "softap-manager"}, 0)) {
+    step.kind = Kind::kExpectSoftapManager;
+    return;
   } else if (has({"expect", "calls"}, 2) && ParseNumber(words[3])) {
     step.kind = Kind::kExpectCalls;
     step.subject = words[2];
@@ -101,7 +104,7 @@ void ParseExpectation(const Words& words, Step& step) {
     throw SyntaxError(
         "expected: expect [no] popup KEYWORD | key KEY VALUE | log TEXT | file PATH | kpi CODE TEXT... "
         "| calls FUNCTION NUMBER | wifi BSSID|none | json KEY DOCUMENT | saved ESSID... | top "
-        "ESSID=STATUS...");
+        "ESSID=STATUS... | softap-manager");
   }
   if (step.kind == Kind::kExpectKey) {
     step.value = words[3];
@@ -252,6 +255,7 @@ bool IsExpectation(Step::Kind kind) {
     case Kind::kExpectNoLog:
     case Kind::kExpectFile:
     case Kind::kExpectNoFile:
+    case Kind::kExpectSoftapManager:
     case Kind::kExpectCalls:
     case Kind::kExpectKpi:
     case Kind::kExpectNoKpi:

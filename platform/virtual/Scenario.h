@@ -13,20 +13,21 @@ namespace scenario {
 
 struct Step {
   enum class Kind {
-    kTv,                  ///< `request` for the virtual TV
-    kSet,                 ///< another program of the TV writes `value` of `type` to the key `subject`
-    kClosePopup,          ///< the viewer dismisses the popup that is up
-    kRemovePopupProgram,  ///< the notification program is missing from now on
-    kCreateFile,          ///< another program of the TV leaves the file `subject`
-    kExpectPopup,         ///< the next popup that nobody expected yet has the keyword `subject`
-    kExpectNoPopup,       ///< no popup came that nobody expected
-    kExpectKey,           ///< the key `subject` has the value `value`
-    kExpectNoKey,         ///< the key `subject` has no value
-    kExpectLog,           ///< since the last step that did something the message `subject` was logged
-    kExpectNoLog,         ///< it was not; nothing at all was, when `subject` is empty
-    kExpectFile,          ///< the file or directory `subject` is there
-    kExpectNoFile,        ///< it is not
-    kExpectCalls,         ///< the function `subject` was called `count` times since the last clear-calls
+    kTv,                   ///< `request` for the virtual TV
+    kSet,                  ///< another program of the TV writes `value` of `type` to the key `subject`
+    kClosePopup,           ///< the viewer dismisses the popup that is up
+    kRemovePopupProgram,   ///< the notification program is missing from now on
+    kCreateFile,           ///< another program of the TV leaves the file `subject`
+    kExpectPopup,          ///< the next popup that nobody expected yet has the keyword `subject`
+    kExpectNoPopup,        ///< no popup came that nobody expected
+    kExpectKey,            ///< the key `subject` has the value `value`
+    kExpectNoKey,          ///< the key `subject` has no value
+    kExpectLog,            ///< since the last step that did something the message `subject` was logged
+    kExpectNoLog,          ///< it was not; nothing at all was, when `subject` is empty
+    kExpectFile,           ///< the file or directory `subject` is there
+    kExpectNoFile,         ///< it is not
+    kExpectSoftapManager,  ///< the soft access point manager was started, once more
+    kExpectCalls,  ///< the function `subject` was called `count` times since the last clear-calls
     kExpectKpi,  ///< the next KPI record of code `subject` that nobody expected yet has all `fragments`
     kExpectNoKpi,  ///< no KPI record of code `subject`, or of any, came that nobody expected
     kExpectJson,   ///< the key `subject` holds the same JSON document as `value`

@@ -219,6 +219,7 @@ Outcome Play(const Step& step, const Ask& ask, KpiRecords& records) {
     case Kind::kExpectNoLog:
     case Kind::kExpectFile:
     case Kind::kExpectNoFile:
+    case Kind::kExpectSoftapManager:
       return {Outcome::Kind::kNotOurs, ""};
   }
   return {Outcome::Kind::kNotOurs, ""};

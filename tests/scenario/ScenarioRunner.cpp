@@ -83,6 +83,8 @@ class Player {
       Check(test_log::Has("On Terminate") && test_log::Has(" Main Ended"),
             m_scenario.file + ": the daemon did not go through its stop sequence");
       Check(SpawnCount() == m_expected_popups, m_scenario.file + ": popups came that nobody expected");
+      Check(SpawnCountOf("SoftapProxy.cpp: ") == m_expected_managers,
+            m_scenario.file + ": a soft access point manager came that nobody expected");
     }
     EndPopups();
     return m_complaints == 0;
@@ -142,6 +144,8 @@ class Player {
         return ExpectPopup(step.subject);
       case Kind::kExpectNoPopup:
         return SpawnCount() == m_expected_popups ? "" : "one was started";
+      case Kind::kExpectSoftapManager:
+        return ExpectSoftapManager();
       case Kind::kExpectLog:
         return HasLogged(step.subject) ? "" : "it was not logged since the last step that did something";
       case Kind::kExpectNoLog:
@@ -167,11 +171,23 @@ class Player {
   }
 
   /// How many notification programs the daemon has started, by its own word; it comes before theirs.
-  static std::size_t SpawnCount() {
-    const auto messages = test_log::Messages();
-    return static_cast<std::size_t>(std::ranges::count_if(messages, [](const std::string& message) {
-      return message.starts_with("posix_spawn ret 0 pid ");
+  static std::size_t SpawnCount() { return SpawnCountOf("NotiProxy.cpp: "); }
+  /// @param launcher  how its log lines begin
+  static std::size_t SpawnCountOf(std::string_view launcher) {
+    const auto lines = test_log::Lines();
+    return static_cast<std::size_t>(std::ranges::count_if(lines, [&](const std::string& line) {
+      return line.starts_with(launcher) && line.find(") > posix_spawn ret 0 pid ") != std::string::npos;
     }));
+  }
+
+  std::string ExpectSoftapManager() {
+    if (SpawnCountOf("SoftapProxy.cpp: ") <= m_expected_managers) {
+      return "none was started";
+    }
+    ++m_expected_managers;
+    return WaitFor([this] { return popups::SoftapManagers().size() >= m_expected_managers; })
+               ? ""
+               : "the manager did not run";
   }
 
   /// @return false when a started program has not said with what
@@ -206,9 +222,11 @@ class Player {
 
   static void EndPopups() {
     WaitForStartedPopups();
-    for (const popups::Started& popup : popups::All()) {
-      if (IsUp(popup.pid)) {
-        kill(popup.pid, SIGTERM);
+    std::vector<popups::Started> programs = popups::All();
+    std::ranges::copy(popups::SoftapManagers(), std::back_inserter(programs));
+    for (const popups::Started& program : programs) {
+      if (IsUp(program.pid)) {
+        kill(program.pid, SIGTERM);
       }
     }
   }
@@ -234,6 +252,7 @@ class Player {
   scenario::KpiRecords m_kpi_records;
   GMainLoop* m_loop = nullptr;
   std::size_t m_expected_popups = 0;
+  std::size_t m_expected_managers = 0;
   std::size_t m_log_before_action = 0;
   int m_complaints = 0;
 };
@@ -271,6 +290,7 @@ int main(int argc, char** argv) {
   setenv("G_DEBUG", "fatal-criticals", 1);
   sandbox::Enter();
   sandbox::InstallPopupRecorder();
+  sandbox::InstallSoftapManagerRecorder();
   test_log::Start();
   Player player(std::move(parsed), all_unmet);
   player.PlayInitialSteps();

@@ -11,9 +11,11 @@
 
 namespace popups {
 
-std::vector<Started> All() {
+namespace {
+
+std::vector<Started> ReadRecord(const char* path) {
   std::vector<Started> all;
-  std::ifstream record(sandbox::kPopupRecord);
+  std::ifstream record(path);
   for (std::string line; std::getline(record, line);) {
     std::istringstream fields(line);
     Started started{};
@@ -23,12 +25,23 @@ std::vector<Started> All() {
     std::getline(fields, field, '\t');
     started.environment_variables = std::stoi(field);
     std::getline(fields, field, '\t');
-    while (std::getline(fields, field, '\t')) {
-      started.arguments.push_back(field);
+    started.arguments.resize(std::stoul(field));
+    for (std::string& argument : started.arguments) {
+      std::getline(fields, argument, '\t');
     }
     all.push_back(started);
   }
   return all;
+}
+
+}  // namespace
+
+std::vector<Started> All() {
+  return ReadRecord(sandbox::kPopupRecord);
+}
+
+std::vector<Started> SoftapManagers() {
+  return ReadRecord(sandbox::kSoftapManagerRecord);
 }
 
 std::vector<std::string> Keywords() {

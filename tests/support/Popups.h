@@ -14,8 +14,11 @@ struct Started {
   std::vector<std::string> arguments;  ///< argument 0 first
 };
 
-/// Every program started so far, in order.
+/// Every notification program started so far, in order.
 std::vector<Started> All();
+
+/// Every soft access point manager (see InstallSoftapManagerRecorder).
+std::vector<Started> SoftapManagers();
 
 /// Their arguments 0.
 std::vector<std::string> Keywords();

@@ -55,4 +55,8 @@ void InstallPopupRecorder() {
   fs::copy_file(POPUP_RECORDER, kNotificationProgram, fs::copy_options::overwrite_existing);
 }
 
+void InstallSoftapManagerRecorder() {
+  fs::copy_file(POPUP_RECORDER, kSoftapManagerProgram, fs::copy_options::overwrite_existing);
+}
+
 }  // namespace sandbox

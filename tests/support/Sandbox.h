@@ -15,7 +15,12 @@ void Enter();
 /// started with to kPopupRecord, and then stays until it is ended (see Popups.h).
 void InstallPopupRecorder();
 
+/// The same at the place of the soft access point manager, which writes to kSoftapManagerRecord.
+void InstallSoftapManagerRecorder();
+
 inline constexpr char kNotificationProgram[] = "/usr/apps/org.orvik.Pelorus/bin/pelorus_notification";
 inline constexpr char kPopupRecord[] = "/run/popups";
+inline constexpr char kSoftapManagerProgram[] = "/usr/apps/org.orvik.Pelorus/bin/softap-manager";
+inline constexpr char kSoftapManagerRecord[] = "/run/softap-managers";
 
 }  // namespace sandbox

@@ -5,6 +5,7 @@
 #include <dlfcn.h>
 #include <glib.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "MainLoop.h"
 #include "NW_Common.h"
@@ -126,6 +127,8 @@ TEST(Lifecycle, LeavesThePlatformInItsFixedOrder) {
                                        "connection_destroy",
                                        "vconf_ignore_key_changed db/menu/network/network_type",
                                        "vconf_ignore_key_changed db/menu/network/launchNS",
+                                       "system_info_get_custom_bool "
+                                       "com.velanor/featureconf/product.b2b_option_support",
                                        "vconf_ignore_key_changed memory/Pelorus/start_stop_TCPDump",
                                        "vconf_ignore_key_changed memory/menu/network/pelorus_command",
                                        "vconf_ignore_key_changed memory/menu/network/wireless_kpi_info",
@@ -188,6 +191,7 @@ TEST(Lifecycle, UsesThePlatformInItsFixedOrder) {
                 "vconf_notify_key_changed memory/menu/network/pelorus_command",
                 "vconf_notify_key_changed memory/menu/network/wireless_kpi_info",
                 "vconf_set_int db/menu/network/networkapp_status",
+                "system_info_get_custom_bool com.velanor/featureconf/product.b2b_option_support",
             }));
 }
 
@@ -200,7 +204,44 @@ TEST(Lifecycle, StartsTheRestWhenTheStoredListOfNetworksIsDamaged) {
   const auto read = std::ranges::find(calls, "vconf_get_str db/menu/network/SavedAPList");
   ASSERT_NE(read, calls.end());
   EXPECT_NE(std::find(read, calls.end(), "connection_set_ethernet_cable_state_chaged_cb"), calls.end());
-  EXPECT_EQ(calls.back(), "vconf_set_int db/menu/network/networkapp_status");
+  EXPECT_NE(std::find(read, calls.end(), "vconf_set_int db/menu/network/networkapp_status"),
+            calls.end());
+}
+
+TEST(Lifecycle, LaunchesTheSoftAccessPointManagerOfABusinessModelLast) {
+  VirtualTv::Instance().SetFeature("product.b2b_option_support", "true");
+  EXPECT_EQ(RunDaemonFor(5s), 0);
+  const std::vector<std::string> landmarks{
+      "On Pelorus Init ",
+      "[Start Ignore Timer] >>>",
+      "launch Softap Manager!!",
+      "SoftapProxy::Launch_SoftapMgr",
+      "[SoftAP]OnbootUpCB-- wait for pelorus init in case of boot up",
+      "On Terminate",
+      "bRegister = 0",
+      "Unregistered_softapMgr",
+      " Main Ended",
+  };
+  EXPECT_EQ(LoggedAmong(landmarks), landmarks);
+  EXPECT_EQ(test_log::Count("supported = true"), 2U);
+}
+
+TEST(Lifecycle, LaunchesNoSoftAccessPointManagerOfAnotherModel) {
+  EXPECT_EQ(RunDaemonFor(5s), 0);
+  EXPECT_EQ(test_log::Count("supported = false"), 2U);
+  EXPECT_FALSE(test_log::Has("launch Softap Manager!!"));
+  EXPECT_FALSE(test_log::Has("SoftapProxy::Launch_SoftapMgr"));
+  EXPECT_FALSE(test_log::Has("Unregistered_softapMgr"));
+}
+
+TEST(Lifecycle, RunsNoCommandOfTheServiceTool) {
+  RunDaemonFor(10s, [] {
+    vconf_set_bool(vconf_keys::kEuWifiRegTestMode, 1);
+    vconf_set_str(vconf_keys::kRseCommand, "touch /run/ran");
+  });
+  EXPECT_FALSE(test_log::Has("RSEUtil::VconfNotifyRSELaunched: 1"));
+  EXPECT_TRUE(VirtualTv::Instance().Calls("vconf_set_bool").size() == 1U);
+  EXPECT_NE(access("/run/ran", F_OK), 0);
 }
 
 TEST(Lifecycle, ResetsTheStatusOfTheSettingsApplication) {

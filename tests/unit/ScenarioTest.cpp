@@ -143,6 +143,7 @@ TEST(ScenarioParser, EveryKindOfStepIsUnderstood) {
       {"expect no log t", Kind::kExpectNoLog, "t"},
       {"expect file /a", Kind::kExpectFile, "/a"},
       {"expect no file /a", Kind::kExpectNoFile, "/a"},
+      {"expect softap-manager", Kind::kExpectSoftapManager, ""},
       {"expect calls tel_init 3", Kind::kExpectCalls, "tel_init"},
       {"expect kpi EV005 WIFI_BANDSWITCH select=1", Kind::kExpectKpi, "EV005"},
       {"expect no kpi EV006", Kind::kExpectNoKpi, "EV006"},
