@@ -91,8 +91,8 @@ void CNetworkLogService::WriteDataFile(const std::string& eventName, unsigned lo
   NW_LOG(
       "PNP KPI: WriteDataFile() invoked-> EVTName: %s,Stime:%s,EpochTime: %ld, Cat:%s, mVal:%s, sDec: "
       "%s",
-      eventName.c_str(), m_StartTimeText.c_str(), epochTime, category.c_str(), serviceName.c_str(),
-      description.c_str());
+      eventName.c_str(), m_StartTimeText.c_str(), static_cast<long>(epochTime), category.c_str(),
+      serviceName.c_str(), description.c_str());
   KPIDataMemberInfo_S record =
       AddDataToContainer(eventName, m_StartTimeText, category, serviceName, description);
   if (m_Queue.size() >= kMostRecords) {
