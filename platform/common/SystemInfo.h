@@ -14,6 +14,8 @@ class SystemInfo {
   static constexpr char kDefaultFile[] = "/etc/pelorus/system-info.conf";
 
   static SystemInfo& Instance();
+  SystemInfo(const SystemInfo&) = delete;
+  SystemInfo& operator=(const SystemInfo&) = delete;
 
   /// @return SYSTEM_INFO_ERROR_NONE, or why there is no such value; `value` is untouched then
   int GetBool(const char* key, bool& value);
