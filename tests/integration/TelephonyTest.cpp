@@ -100,7 +100,7 @@ TEST_F(Telephony, AServiceThatAppearsLaterIsTakenUpAndNeverStarted) {
   Settle();
   EXPECT_EQ(Ready(), 0);
   EXPECT_EQ(tel_init(nullptr), nullptr);
-  EXPECT_FALSE(fs::exists(ModemRoom::kActivationMark));
+  EXPECT_FALSE(fs::exists(BusRoom::ActivationMark(BusRoom::kModems)));
   m_room.StartService();
   WaitForReady(true);
 }
@@ -153,7 +153,7 @@ TEST_F(Telephony, AServiceThatDiesSaysNothingAboutTheDongleAndIsTakenUpAgain) {
   EXPECT_EQ(tel_get_property_int(m_handle, TAPI_PROP_MODEM_DONGLE_STATUS, &status),
             TAPI_API_OPERATION_FAILED);
   EXPECT_EQ(status, -1);
-  EXPECT_FALSE(fs::exists(ModemRoom::kActivationMark));
+  EXPECT_FALSE(fs::exists(BusRoom::ActivationMark(BusRoom::kModems)));
 
   m_room.StartService();  // and the dongle was taken out meanwhile
   WaitForReady(true);
