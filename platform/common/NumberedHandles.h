@@ -4,8 +4,9 @@
 #include <map>
 #include <utility>
 
-/// The objects of one kind that the program under the TV holds handles of. A handle is a number that is
-/// never given again, so that one which has ended is told from one that lives. Main-loop thread only.
+/// The objects of one kind that the program above the platform holds handles of. A handle is a number
+/// that is never given again, so that one which has ended is told from one that lives. Main-loop thread
+/// only.
 template <class Handle, class Object>
 class NumberedHandles {
  public:

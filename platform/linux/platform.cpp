@@ -3,6 +3,7 @@
 #include "CallGate.h"
 #include "Connections.h"
 #include "NetworkType.h"
+#include "StickWatch.h"
 #include "Telephony.h"
 #include "packet_capture.h"
 
@@ -27,6 +28,7 @@ int platform_start(void) {
 void platform_stop(void) {
   StopTelephony();
   FinishCapture();
+  StickWatch::Instance().Stop();
   TheNetworkType().reset();
   StopConnections();
 }
