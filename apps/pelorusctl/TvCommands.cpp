@@ -189,10 +189,13 @@ void AddTvCommands(CLI::App& app, int& exit_code) {
       "Play the network settings application and its viewer");
   add("package", "install ID | remove ID", "Install an application, or remove one");
   add("speaker", "NUMBER", "Choose where the sound goes; 4 is a network speaker");
+  add("stick", "insert [NAME] [broken] | remove [NAME] | unmount [NAME]",
+      "Plug a USB stick in, or pull it out");
+  add("capture", "size BYTES | end", "Choose the size of captures, or let one end by itself");
   add("feature", "set NAME VALUE", "Make the TV another model");
   add("latency", "KIND TIME",
       "Set how long something takes, such as 50ms: cable, dongle, report, scan, channel-scan, look, "
-      "connect, address, disconnect, wifi-state, portal or profile");
+      "connect, address, disconnect, wifi-state, portal, profile or stick");
   add("delay", "KIND TIME", "Let the next of these alone take so much longer");
   AddFail(*tv, exit_code);
   AddWords(*tv, exit_code, "heal", "FUNCTION", "Let a platform function work again");

@@ -95,6 +95,15 @@ void PrintTvStatus(const Json::Value& tv) {
   for (const Json::Value& package : tv["packages"]) {
     PrintLine("package", Text(package));
   }
+  for (const Json::Value& stick : tv["sticks"]) {
+    PrintLine("stick",
+              Quoted(stick["name"]) + ", " +
+                  (stick["mounted"].asBool() ? "on " + Text(stick["directory"]) : "not mounted") +
+                  Marks(stick, {"broken"}));
+  }
+  const Json::Value& capture = tv["capture"];
+  PrintLine("capture", std::string(capture["running"].asBool() ? "running" : "not running") +
+                           ", files of " + Text(capture["bytes"]) + " bytes");
   PrintLine("speaker", Text(tv["speaker"]));
   for (const std::string& kind : tv["latency"].getMemberNames()) {
     PrintLine("latency", kind + " " + Text(tv["latency"][kind]) + " ms");

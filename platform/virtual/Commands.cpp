@@ -11,6 +11,7 @@
 #include "CommandRequest.h"
 #include "InternetCommands.h"
 #include "PlatformFunctions.h"
+#include "UsbCommands.h"
 #include "VirtualTv.h"
 #include "WifiCommands.h"
 
@@ -111,6 +112,7 @@ constexpr Word<VirtualTv::EventKind> kEventKinds[] = {
     {"wifi-state", VirtualTv::EventKind::kWifiState},
     {"portal", VirtualTv::EventKind::kPortal},
     {"profile", VirtualTv::EventKind::kProfile},
+    {"stick", VirtualTv::EventKind::kStick},
 };
 
 void DoLatency(VirtualTv& tv, const Json::Value& request) {
@@ -135,6 +137,8 @@ Json::Value Status(VirtualTv& tv) {
   status["internet"] = InternetStatus(tv);
   status["settings-app"] = SettingsAppStatus(tv);
   status["packages"] = PackagesStatus(tv);
+  status["sticks"] = SticksStatus(tv);
+  status["capture"] = CaptureStatus(tv);
   status["speaker"] = tv.SpeakerSelection();
   for (const auto& kind : kEventKinds) {
     status["latency"][std::string(kind.word)] = tv.LatencyMs(kind.value);
@@ -200,6 +204,8 @@ constexpr Word<Deed> kDeeds[] = {
     {"settings-app", Just<DoSettingsApp>},
     {"package", Just<DoPackage>},
     {"speaker", Just<DoSpeaker>},
+    {"stick", Just<DoStick>},
+    {"capture", Just<DoCapture>},
     {"feature", Just<DoFeature>},
     {"latency", Just<DoLatency>},
     {"delay", Just<DoDelay>},

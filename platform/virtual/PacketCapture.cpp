@@ -92,12 +92,14 @@ int PacketCapture::Stop() {
   return Write(FileOf(m_bytes)) ? CONNECTION_ERROR_NONE : CONNECTION_ERROR_OPERATION_FAILED;
 }
 
-void PacketCapture::EndByItself() {
-  if (m_is_running) {
-    m_is_running = false;
-    m_has_ended = true;
-    Write(FileOf(m_bytes));
+bool PacketCapture::EndByItself() {
+  if (!m_is_running) {
+    return false;
   }
+  m_is_running = false;
+  m_has_ended = true;
+  Write(FileOf(m_bytes));
+  return true;
 }
 
 bool PacketCapture::Write(const std::string& content) {

@@ -21,7 +21,8 @@ class PacketCapture {
   [[nodiscard]] bool IsRunning() const { return m_is_running; }
 
   /// The platform has enough: the capture ends by itself, with its file whole.
-  void EndByItself();
+  /// @return false when none runs
+  bool EndByItself();
 
   /// For the files that are finished from now on.
   /// @param bytes  from kLeastBytes to kMostBytes

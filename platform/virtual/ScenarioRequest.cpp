@@ -99,7 +99,8 @@ const std::map<std::string, Maker>& Makers() {
       {"calls", Plain},       {"latency", Duration}, {"delay", Duration},
       {"clear-calls", Plain}, {"status", Plain},     {"radio", Radio},
       {"wifi", Wifi},         {"player", Player},    {"settings-app", SettingsApplication},
-      {"package", Package},   {"speaker", Speaker},  {"internet", InternetHealth}};
+      {"package", Package},   {"speaker", Speaker},  {"internet", InternetHealth},
+      {"stick", Stick},       {"capture", Capture}};
   return makers;
 }
 

@@ -27,5 +27,7 @@ Json::Value InternetHealth(const Words& words);
 Json::Value SettingsApplication(const Words& words);
 Json::Value Package(const Words& words);
 Json::Value Speaker(const Words& words);
+Json::Value Stick(const Words& words);
+Json::Value Capture(const Words& words);
 
 }  // namespace scenario

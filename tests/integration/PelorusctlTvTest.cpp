@@ -1,53 +1,11 @@
 #include <chrono>
 
-#include <signal.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 #include "MainLoop.h"
-#include "PelorusctlFixture.h"
-#include "Popups.h"
+#include "PelorusctlTvFixture.h"
 
 namespace {
-
-constexpr char kSocket[] = "/run/pelorus/tv.sock";
-
-/// pelorusctl beside a virtual TV that was switched on as a program of its own.
-class PelorusctlTv : public Pelorusctl {
- protected:
-  ~PelorusctlTv() override {
-    SwitchOff();
-    for (const popups::Started& popup : popups::All()) {
-      kill(popup.pid, SIGTERM);
-    }
-  }
-
-  void SwitchOn() {
-    const char* line[] = {PELORUS_VIRTUAL, nullptr};
-    g_autoptr(GError) error = nullptr;
-    ASSERT_TRUE(g_spawn_async(nullptr, const_cast<char**>(line), nullptr, G_SPAWN_DO_NOT_REAP_CHILD,
-                              nullptr, nullptr, &m_tv, &error))
-        << error->message;
-    RunLoopUntil([] { return std::filesystem::is_socket(kSocket); });
-  }
-
-  void SwitchOff() {
-    if (m_tv > 0) {
-      kill(m_tv, SIGKILL);
-      waitpid(m_tv, nullptr, 0);
-      m_tv = 0;
-    }
-  }
-
-  /// Writes the scenario and plays it so fast that a second of it takes a hundredth of one.
-  static Result Play(const std::string& scenario) {
-    WriteFile("/run/evening", scenario);
-    return Ctl({"tv", "play", "/run/evening", "--speed", "100"});
-  }
-
- private:
-  GPid m_tv = 0;
-};
 
 TEST_F(PelorusctlTv, WithoutATvEndsWithThree) {
   for (const Arguments& arguments :
@@ -97,6 +55,7 @@ TEST_F(PelorusctlTv, EachCommandReachesTheTv) {
             "addresses     cable 192.168.0.10\n"
             "addresses     dongle 10.64.12.5\n"
             "settings-app  closed, questions stay\n"
+            "capture       not running, files of 4096 bytes\n"
             "speaker       0\n"
             "latency       address 300 ms\n"
             "latency       cable 70 ms\n"
@@ -109,6 +68,7 @@ TEST_F(PelorusctlTv, EachCommandReachesTheTv) {
             "latency       profile 200 ms\n"
             "latency       report 10 ms\n"
             "latency       scan 2000 ms\n"
+            "latency       stick 10 ms\n"
             "latency       wifi-state 10 ms\n"
             "feature       com.velanor/featureconf/network.network_support = 3\n"
             "failing       connection_create with -1, 2 more times\n"
@@ -146,6 +106,12 @@ TEST_F(PelorusctlTv, RadiosWifiInternetPlayerAndSettingsApplicationAreReached) {
         Arguments{"tv", "package", "install", "org.orvik.browser"},
         Arguments{"tv", "package", "install", "gone"},
         Arguments{"tv", "package", "remove", "gone"},
+        Arguments{"tv", "stick", "insert"},
+        Arguments{"tv", "stick", "insert", "Blue one", "broken"},
+        Arguments{"tv", "stick", "insert", "gone"},
+        Arguments{"tv", "stick", "unmount"},
+        Arguments{"tv", "stick", "remove", "gone"},
+        Arguments{"tv", "capture", "size", "1048577"},
         Arguments{"tv", "speaker", "4"},
         Arguments{"tv", "internet", "addresses", "dongle", "ipv4=", "ipv6="},
         Arguments{"tv", "wifi", "save", "Inn", "passphrase=top secret"},
@@ -176,6 +142,9 @@ TEST_F(PelorusctlTv, RadiosWifiInternetPlayerAndSettingsApplicationAreReached) {
       "addresses     dongle none\n"
       "settings-app  open, questions: decline after 2000 ms\n"
       "package       org.orvik.browser\n"
+      "stick         \"Stick\", not mounted\n"
+      "stick         \"Blue one\", not mounted, broken\n"
+      "capture       not running, files of 1048577 bytes\n"
       "speaker       4\n"))
       << status;
   EXPECT_TRUE(Contains(status, "failing-next  portal with -5\n")) << status;
