@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "CaptureCommands.h"
 #include "ExitCodes.h"
 #include "KpiCommands.h"
 #include "Message.h"
@@ -50,7 +51,7 @@ int OnParseError(const CLI::App& app, const CLI::ParseError& error) {
 int RunCommandLine(int argc, char** argv) {
   CLI::App app(
       "Reads, writes and watches the settings of Pelorus, shows its saved networks and measurement "
-      "records, and operates its virtual TV.",
+      "records, starts and stops packet captures, and operates its virtual TV.",
       "pelorusctl");
   int exit_code = exit_codes::kDone;
   app.set_version_flag("--version", "pelorusctl " PELORUS_VERSION);
@@ -60,6 +61,7 @@ int RunCommandLine(int argc, char** argv) {
   AddSettingsCommands(app, exit_code);
   AddStatusCommand(app, exit_code);
   AddSavedCommands(app, exit_code);
+  AddCaptureCommands(app, exit_code);
   AddKpiCommands(app, exit_code);
   AddTvCommands(app, exit_code);
   try {

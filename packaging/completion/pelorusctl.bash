@@ -12,8 +12,11 @@ _pelorusctl_tv() {
   local word=$1
   shift
   case "$#:$*" in
-    0:) COMPREPLY=($(compgen -W "cable dongle telephony radio wifi internet player settings-app package speaker feature latency delay fail heal status calls play" -- "$word")) ;;
+    0:) COMPREPLY=($(compgen -W "cable dongle telephony radio wifi internet player settings-app package speaker stick capture feature latency delay fail heal status calls play" -- "$word")) ;;
     1:cable) COMPREPLY=($(compgen -W "plug unplug state" -- "$word")) ;;
+    1:stick) COMPREPLY=($(compgen -W "insert remove unmount" -- "$word")) ;;
+    2:"stick insert" | 3:"stick insert "*) COMPREPLY=($(compgen -W "broken" -- "$word")) ;;
+    1:capture) COMPREPLY=($(compgen -W "size end" -- "$word")) ;;
     1:dongle) COMPREPLY=($(compgen -W "insert remove" -- "$word")) ;;
     1:telephony) COMPREPLY=($(compgen -W "start stop" -- "$word")) ;;
     1:radio) COMPREPLY=($(compgen -W "add remove on off signal temper portal" -- "$word")) ;;
@@ -47,7 +50,7 @@ _pelorusctl_tv() {
     1:package) COMPREPLY=($(compgen -W "install remove" -- "$word")) ;;
     2:"package "*) COMPREPLY=($(compgen -W "org.orvik.browser" -- "$word")) ;;
     1:latency | 1:delay)
-      COMPREPLY=($(compgen -W "cable dongle report scan channel-scan look connect address disconnect wifi-state portal profile" -- "$word"))
+      COMPREPLY=($(compgen -W "cable dongle report scan channel-scan look connect address disconnect wifi-state portal profile stick" -- "$word"))
       ;;
     1:feature) COMPREPLY=($(compgen -W "set" -- "$word")) ;;
     1:play) COMPREPLY=($(compgen -f -- "$word")) ;;
@@ -115,6 +118,12 @@ _pelorusctl() {
           forget | reset) options+=" --wait" ;;
         esac
         ;;
+      capture)
+        case ${words[1]-} in
+          start | stop) options+=" --wait" ;;
+          status) options+=" --json" ;;
+        esac
+        ;;
       tv)
         case ${words[1]-} in
           fail) options+=" --times" ;;
@@ -128,11 +137,12 @@ _pelorusctl() {
   fi
 
   case $command:${#words[@]} in
-    :0) COMPREPLY=($(compgen -W "get set list watch status saved kpi tv" -- "$word")) ;;
+    :0) COMPREPLY=($(compgen -W "get set list watch status saved capture kpi tv" -- "$word")) ;;
     get:1 | set:1 | list:1 | watch:*)
       COMPREPLY=($(compgen -W "$(_pelorusctl_keys "$settings")" -- "$word"))
       ;;
     saved:1) COMPREPLY=($(compgen -W "list connect forget reset" -- "$word")) ;;
+    capture:1) COMPREPLY=($(compgen -W "start stop status" -- "$word")) ;;
     kpi:1) COMPREPLY=($(compgen -W "list follow" -- "$word")) ;;
     tv:*) _pelorusctl_tv "$word" "${words[@]:1}" ;;
   esac
