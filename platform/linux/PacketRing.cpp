@@ -2,9 +2,29 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
+
+#include <sys/mman.h>
+
+namespace {
+
+/// Not from the heap, which keeps a large block that was freed once for the next one.
+std::uint8_t* Map(std::size_t size) {
+  void* const memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (memory == MAP_FAILED) {
+    throw std::bad_alloc();
+  }
+  return static_cast<std::uint8_t*>(memory);
+}
+
+}  // namespace
 
 PacketRing::PacketRing(std::size_t capacity)
-    : m_capacity(capacity), m_bytes(std::make_unique_for_overwrite<std::uint8_t[]>(capacity)) {}
+    : m_capacity(capacity), m_bytes(Map(capacity), Unmap{capacity}) {}
+
+void PacketRing::Unmap::operator()(std::uint8_t* bytes) const {
+  munmap(bytes, size);
+}
 
 void PacketRing::Push(const timeval& time, Bytes kept, std::uint32_t length) {
   const std::size_t needed = kRecordHeaderBytes + kept.size();

@@ -43,11 +43,16 @@ class PacketRing {
   };
   static_assert(sizeof(RecordHeader) == kRecordHeaderBytes);
 
+  struct Unmap {
+    std::size_t size;
+    void operator()(std::uint8_t* bytes) const;
+  };
+
   void Append(const void* bytes, std::size_t count);
   void DropOldest();
 
   std::size_t m_capacity;
-  std::unique_ptr<std::uint8_t[]> m_bytes;
+  std::unique_ptr<std::uint8_t[], Unmap> m_bytes;
   std::size_t m_begin = 0;  // of the oldest packet
   std::size_t m_size = 0;
   std::uint64_t m_packets = 0;
