@@ -12,8 +12,22 @@ namespace file_operations {
 /// Also false where nobody may look.
 bool Exists(const std::string& path);
 
-/// Whether the directory itself is a link: with the slash at its end the path would lead through it.
-bool IsLink(std::string dir);
+/// Owns a file descriptor; a negative one is none.
+class Descriptor {
+ public:
+  explicit Descriptor(int number) : m_number(number) {}
+  ~Descriptor();
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  [[nodiscard]] int Get() const { return m_number; }
+
+ private:
+  const int m_number;
+};
+
+/// The directory itself, whatever is put at its path later.
+/// @throws std::exception for a symbolic link, and where there is no directory
+[[nodiscard]] Descriptor Enter(std::string dir);
 
 /// @throws std::exception with `what`, the path and the text of `error`, an errno value
 [[noreturn]] void Fail(const char* what, const std::string& path, int error);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <filesystem>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -85,13 +87,13 @@ void CFileSystem::RemoveCertificateDir(std::string dir) {
     if (!file_operations::Exists(dir)) {
       return;
     }
-    if (file_operations::IsLink(dir)) {
-      file_operations::Fail("would remove through a link", dir, ELOOP);
-    }
-    const std::vector<fs::directory_entry> entries{fs::directory_iterator(dir),
+    const file_operations::Descriptor directory = file_operations::Enter(dir);
+    const fs::path itself = fs::path("/proc/self/fd") / std::to_string(directory.Get());
+    const std::vector<fs::directory_entry> entries{fs::directory_iterator(itself),
                                                    fs::directory_iterator()};
     for (const fs::directory_entry& entry : entries) {
-      fs::remove_all(entry.path());
+      // Boost's would enter a directory that is replaced by a link in this moment.
+      std::filesystem::remove_all(entry.path().string());
     }
     SyncDir(dir.c_str());
     fs::remove(dir);

@@ -1,12 +1,10 @@
 #include "FileOperations.h"
 
 #include <cerrno>
-#include <memory>
 #include <optional>
-#include <stdexcept>
+#include <string_view>
 
 #include <fcntl.h>
-#include <glib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <boost/filesystem.hpp>
@@ -16,26 +14,21 @@
 namespace fs = boost::filesystem;
 
 namespace file_operations {
+
+Descriptor::~Descriptor() {
+  if (m_number >= 0) {
+    close(m_number);
+  }
+}
+
 namespace {
 
 constexpr std::size_t kMostBytes = 1'048'576;
+constexpr mode_t kOwnerOnly = 0600;
 constexpr mode_t kAllRights = 0777;
-
-class Descriptor {
- public:
-  explicit Descriptor(int number) : m_number(number) {}
-  ~Descriptor() {
-    if (m_number >= 0) {
-      close(m_number);
-    }
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  [[nodiscard]] int Get() const { return m_number; }
-
- private:
-  int m_number;
-};
+/// Always the same name, so that what a power cut left behind does not stay, and short, because a name
+/// may be as long as the file system takes.
+constexpr char kUnfinished[] = ".pelorus-unfinished";
 
 bool is_certicate_allowed_size(const std::string& source) {
   NW_LOG("START");
@@ -71,20 +64,41 @@ std::optional<std::string> Read(const std::string& source) {
   return std::nullopt;
 }
 
-void Replace(const std::string& destination, const std::string& content) {
-  GError* error = nullptr;
-  const auto how =
-      static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT | G_FILE_SET_CONTENTS_DURABLE);
-  if (g_file_set_contents_full(destination.c_str(), content.data(), static_cast<gssize>(content.size()),
-                               how, kAllRights, &error) == 0) {
-    const std::unique_ptr<GError, decltype(&g_error_free)> owned(error, g_error_free);
-    throw std::runtime_error(owned->message);
+void Write(const Descriptor& file, std::string_view content, const std::string& destination) {
+  while (!content.empty()) {
+    const ssize_t count = write(file.Get(), content.data(), content.size());
+    if (count < 0 && errno != EINTR) {
+      Fail("cannot write", destination, errno);
+    }
+    content.remove_prefix(count < 0 ? 0 : static_cast<std::size_t>(count));
+  }
+  if (fsync(file.Get()) != 0) {
+    Fail("cannot flush", destination, errno);
   }
 }
 
-void SetAllRights(const std::string& destination) {
-  const Descriptor file(open(destination.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
-  if (file.Get() < 0 || fchmod(file.Get(), kAllRights) != 0) {
+/// Puts a new file in the place of what is there, by way of the directory itself: a path could lead
+/// elsewhere by now.
+void Replace(const std::string& destination, const std::string& content) {
+  const fs::path path(destination);
+  const std::string name = path.filename().string();
+  const Descriptor directory = Enter(path.parent_path().string());
+  unlinkat(directory.Get(), kUnfinished, 0);
+  const Descriptor file(openat(directory.Get(), kUnfinished,
+                               O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kOwnerOnly));
+  if (file.Get() < 0) {
+    Fail("cannot make", destination, errno);
+  }
+  try {
+    Write(file, content, destination);
+    if (renameat(directory.Get(), kUnfinished, directory.Get(), name.c_str()) != 0) {
+      Fail("cannot replace", destination, errno);
+    }
+  } catch (...) {
+    unlinkat(directory.Get(), kUnfinished, 0);
+    throw;
+  }
+  if (fchmod(file.Get(), kAllRights) != 0) {
     Fail("cannot set the rights of", destination, errno);
   }
 }
@@ -96,12 +110,16 @@ bool Exists(const std::string& path) {
   return fs::exists(fs::status(path, ignored));
 }
 
-bool IsLink(std::string dir) {
+Descriptor Enter(std::string dir) {
+  // With the slash at its end the path would lead through a link.
   while (dir.size() > 1 && dir.ends_with('/')) {
     dir.pop_back();
   }
-  boost::system::error_code ignored;
-  return fs::is_symlink(fs::symlink_status(dir, ignored));
+  const int number = open(dir.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  if (number < 0) {
+    Fail("cannot enter", dir, errno);
+  }
+  return Descriptor(number);
 }
 
 void Fail(const char* what, const std::string& path, int error) {
@@ -133,16 +151,12 @@ bool CopySmallFile(const std::string& fromDir, const std::string& toDir, const s
   const std::string destination = toDir + fileName;
   NW_LOG("Source File =[%s]. ", source.c_str());
   NW_LOG("destination File =[%s]. ", destination.c_str());
-  if (IsLink(toDir)) {
-    Fail("would write through a link", toDir, ELOOP);
-  }
   const auto content = is_certicate_allowed_size(source) ? Read(source) : std::optional<std::string>();
   if (!content) {
     NW_LOG("Error: Certificate file is greater than 1 MB");
     return false;
   }
   Replace(destination, *content);
-  SetAllRights(destination);
   return true;
 }
 

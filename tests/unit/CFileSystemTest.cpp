@@ -13,13 +13,13 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <linux/capability.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include "FailingDisk.h"
+#include "Privileges.h"
 #include "TestLog.h"
 
 namespace fs = std::filesystem;
@@ -78,13 +78,6 @@ std::map<std::string, std::string> Tree(const std::string& directory) {
     }
   }
   return tree;
-}
-
-/// The superuser with no more rights than an owner has, so that permissions count.
-void GiveUpPrivileges() {
-  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
-  __user_cap_data_struct none[2]{};
-  ASSERT_EQ(syscall(SYS_capset, &header, none), 0);
 }
 
 std::size_t ErrorCount() {

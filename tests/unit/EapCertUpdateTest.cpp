@@ -8,6 +8,8 @@
 #include <iterator>
 #include <optional>
 
+#include <sys/mount.h>
+
 #include "CFileSystem.h"
 #include "EapRoom.h"
 #include "StaticObjects.h"
@@ -93,6 +95,24 @@ TEST_F(EapCertUpdate, ACertificateThatIsTooLargeIsNone) {
   EXPECT_TRUE(test_log::Has(kCopyFailed));
   EXPECT_EQ(Installed("ca.pem"), "(none)");
   EXPECT_EQ(Calls("wifi_disconnect"), 0U);
+}
+
+TEST_F(EapCertUpdate, ThatDoesNotFitOnTheDiskIsDoneWhenThereIsRoom) {
+  fs::create_directories(MW_CERT_PATH);
+  ASSERT_EQ(mount("tmpfs", MW_CERT_PATH.c_str(), "tmpfs", 0, "size=64k,mode=0755"), 0);
+  Install(MW_CERT_PATH, "ca.pem", "old");
+  Install(MW_CERT_PATH, "other", std::string(32'768, 'x'));
+  Install(ROOT_CERT_PATH, "ca.pem", std::string(40'000, 'x'));
+  Announce();
+  EXPECT_TRUE(test_log::Has(kCopyFailed));
+  EXPECT_EQ(Installed("ca.pem"), "old");
+  Settle();
+  EXPECT_EQ(Calls("wifi_disconnect"), 0U);
+  fs::remove(MW_CERT_PATH + "other");
+  Announce();
+  Settle();
+  EXPECT_EQ(Installed("ca.pem"), std::string(40'000, 'x'));
+  EXPECT_TRUE(test_log::Has("{EAP} result =>>1"));
 }
 
 TEST_F(EapCertUpdate, HearsNothingButTheExactWord) {

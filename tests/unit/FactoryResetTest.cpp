@@ -10,14 +10,13 @@
 #include "FailingDisk.h"
 #include "MainLoop.h"
 #include "NW_Common.h"
+#include "Privileges.h"
 #include "TestLog.h"
 #include "VirtualTv.h"
 #include "vconf.h"
 #include "vconf_keys.h"
 
 namespace fs = std::filesystem;
-
-namespace {}  // namespace
 
 namespace {
 
@@ -127,6 +126,31 @@ TEST_F(FactoryReset, ADirectoryThatIsALinkItselfIsRemovedAndNotFollowed) {
   Change(0);
   EXPECT_FALSE(fs::is_symlink("/home/owner/share/Root"));
   EXPECT_TRUE(fs::exists("/home/owner/elsewhere/kept"));
+}
+
+TEST_F(FactoryReset, ALinkInPlaceOfADirectoryLeadsNowhereWhateverItIs) {
+  Install("/home/owner/elsewhere");
+  for (const char* target : {"/home/owner/elsewhere", "/home/owner/elsewhere/a.pem",
+                             "/home/owner/nothing", "/home/owner/share/Root"}) {
+    fs::create_directories(kShare);
+    fs::remove("/home/owner/share/Root");
+    fs::create_symlink(target, "/home/owner/share/Root");
+    Change(0);
+    EXPECT_TRUE(fs::exists("/home/owner/elsewhere/a.pem")) << target;
+    EXPECT_TRUE(fs::exists("/home/owner/elsewhere/sub/deeper/b.pem")) << target;
+  }
+}
+
+TEST_F(FactoryReset, WhatMayNotBeRemovedStaysAndTheResetGoesOn) {
+  Install(kRoot);
+  Install(kClient);
+  fs::permissions(std::string(kClient) + "sub", fs::perms::none);
+  GiveUpPrivileges();
+  Change(1);
+  fs::permissions(std::string(kClient) + "sub", fs::perms::owner_all);
+  EXPECT_TRUE(fs::exists(std::string(kClient) + "sub/deeper/b.pem"));
+  EXPECT_FALSE(fs::exists(kRoot));
+  EXPECT_EQ(Stored(vconf_keys::kSavedAPList), "");
 }
 
 TEST_F(FactoryReset, AParentThatCannotBeOpenedIsOnlyLogged) {
