@@ -56,7 +56,7 @@ std::string DiskService::MountPath(const UsbSticks::Stick& wanted) {
   const Clock::time_point end = Clock::now() + kMountLimit;
   for (const UsbSticks::FileSystem& file_system : stick->file_systems) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
-    path = path.empty() && left > 0ms ? Mount(file_system, left) : path;
+    path = path.empty() && left > left.zero() ? Mount(file_system, left) : path;
   }
   if (path.empty()) {  // the desktop may have been faster
     const auto later = Sticks();

@@ -20,6 +20,8 @@ class DiskService {
   static constexpr char kObjects[] = "(a{oa{sa{sv}}})";  ///< what GetManagedObjects answers
 
   static DiskService& Instance();
+  DiskService(const DiskService&) = delete;
+  DiskService& operator=(const DiskService&) = delete;
 
   /// @return nullopt when the service cannot be asked; logged
   std::optional<std::vector<UsbSticks::Stick>> Sticks();
