@@ -34,6 +34,7 @@ namespace {
 
 constexpr char kSlowRadio[] = "02:00:00:00:00:10";
 constexpr char kFastRadio[] = "02:00:00:00:00:14";
+constexpr char kStick[] = "Stick";
 constexpr int kMostSteps = 64;
 constexpr int kLongestPauseSeconds = 60;
 
@@ -164,10 +165,18 @@ void WriteSomething(Input& input) {
   ++g_writes;
 }
 
+void PlugStick(bool is_there, bool is_broken) {
+  UsbSockets& sockets = VirtualTv::Instance().GetUsbSockets();
+  sockets.Remove(kStick);
+  if (is_there) {
+    sockets.Insert({.product = kStick, .directory = "/opt/usr/data/stick", .is_broken = is_broken});
+  }
+}
+
 void ChangeTheRoom(Input& input) {
   VirtualTv& tv = VirtualTv::Instance();
   const char* bssid = input.Flag() ? kSlowRadio : kFastRadio;
-  switch (input.UpTo(5)) {
+  switch (input.UpTo(7)) {
     case 0:
       tv.PlugCable();
       break;
@@ -186,6 +195,12 @@ void ChangeTheRoom(Input& input) {
     case 5:
       tv.GetInternet().SetGateway(input.Flag());
       break;
+    case 6:
+      PlugStick(input.Flag(), input.Flag());
+      break;
+    case 7:
+      tv.GetCapture().EndByItself();
+      break;
   }
 }
 
@@ -201,6 +216,7 @@ void FurnishTheRoom() {
   wifi.AddRadio(radio);
   wifi.SeeAll();
   wifi.Join(kSlowRadio);
+  PlugStick(true, false);
   vconf_set_int(vconf_keys::kDisclaimerAgree, 1);
 }
 
