@@ -360,6 +360,7 @@ TEST_F(StickTrouble, ANumberThatIsAnError) {
   m_tv.Fail("usb_get_connected_device_number", -1);
   StopAndExpectNothingOnTheStick();
   EXPECT_TRUE(m_tv.Calls("usb_device_get_device_list").empty());
+  EXPECT_FALSE(test_log::Has("USBPath Found ")) << "there is none to look for";
 }
 
 TEST_F(StickTrouble, AFileThatIsNotThere) {

@@ -97,6 +97,16 @@ TEST_F(UsbDevices, AreToldWhenTheyComeAndGo) {
   EXPECT_EQ(others.size(), 1U);
 }
 
+TEST_F(UsbDevices, ThatCameBeforeAreNotTold) {
+  Events events;
+  ASSERT_EQ(m_usb.UsbDeviceInit(), USB_ERROR_NONE);
+  Insert("one");
+  m_usb.setUSBConnectedCB(Record, &events);
+  Insert("two");
+  RunLoopFor(20ms);
+  EXPECT_EQ(events, Events({{"two", true}}));
+}
+
 TEST_F(UsbDevices, AreToldOfInAFixedOrder) {
   Events events;
   m_usb.setUSBConnectedCB(Record, &events);
