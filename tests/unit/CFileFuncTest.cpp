@@ -4,7 +4,6 @@
 #include "CFileFunc.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -14,28 +13,11 @@
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
+#include "FailingDisk.h"
 #include "TestLog.h"
 
 namespace fs = std::filesystem;
-
-namespace {
-
-bool g_mkdir_comes_late = false;
-
-}  // namespace
-
-// Another one who makes the same directory.
-extern "C" int mkdir(const char* path, mode_t mode) {
-  const auto result = static_cast<int>(syscall(SYS_mkdir, path, mode));
-  if (g_mkdir_comes_late) {
-    errno = EEXIST;
-    return -1;
-  }
-  return result;
-}
 
 namespace {
 

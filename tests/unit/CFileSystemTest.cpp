@@ -26,21 +26,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-bool g_mkdir_comes_late = false;
 std::function<void(const char* path)> g_before_open;
 
 }  // namespace
 
 // Others who work on the disk at the same time.
-extern "C" int mkdir(const char* path, mode_t mode) {
-  const auto result = static_cast<int>(syscall(SYS_mkdir, path, mode));
-  if (g_mkdir_comes_late) {
-    errno = EEXIST;
-    return -1;
-  }
-  return result;
-}
-
 extern "C" int open(const char* path, int flags, ...) {
   if (g_before_open) {
     const auto once = std::exchange(g_before_open, nullptr);
