@@ -6,7 +6,8 @@
 
 /// Programs that the daemon starts and forgets, and what tells it that one has ended. Each launcher has
 /// a SIGCHLD handler and a flag of its own. The handler is process-wide: the one that was installed last
-/// hears of the end of every program, and clears the flag of its own launcher only.
+/// hears of the end of every program, and clears the flag of its own launcher only. Children that were
+/// started otherwise are left to whoever waits for them.
 
 /// Starts a program, with an empty environment and with `handler` for SIGCHLD from then on. Main-loop
 /// thread only.
@@ -17,6 +18,6 @@
 int StartChildProgram(const char* path, char* const arguments[], void (*handler)(int),
                       std::atomic<bool>& is_running, pid_t& pid);
 
-/// What each handler does: reaps one program that has ended, if there is one, and clears the flag. Keeps
-/// errno. May be called in a signal handler.
+/// What each handler does: reaps one started program that has ended, if there is one, and clears the
+/// flag. Keeps errno. May be called in a signal handler.
 void ReapChildProgram(std::atomic<bool>& is_running);

@@ -1,12 +1,48 @@
 #include "ChildProgram.h"
 
+#include <array>
 #include <cerrno>
 
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 
-static_assert(std::atomic<bool>::is_always_lock_free, "the flags are stored to in signal context");
+namespace {
+
+static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<pid_t>::is_always_lock_free,
+              "they are stored to in signal context");
+
+/// The programs that are up, 0 in the places that are free. More than are ever up together.
+std::array<std::atomic<pid_t>, 64> g_children{};
+
+void Remember(pid_t pid) {
+  for (std::atomic<pid_t>& child : g_children) {
+    pid_t none = 0;
+    if (child.compare_exchange_strong(none, pid)) {
+      return;
+    }
+  }
+}
+
+/// Reaps one of them that has ended. Never waits: a spawn that failed brings a SIGCHLD with nothing to
+/// reap, while others run on.
+void ReapOne() {
+  for (std::atomic<pid_t>& child : g_children) {
+    pid_t pid = child.load();
+    if (pid == 0) {
+      continue;
+    }
+    const pid_t reaped = waitpid(pid, nullptr, WNOHANG);
+    if (reaped != 0) {  // now, or before by somebody else
+      child.compare_exchange_strong(pid, 0);
+    }
+    if (reaped == pid) {
+      return;
+    }
+  }
+}
+
+}  // namespace
 
 int StartChildProgram(const char* path, char* const arguments[], void (*handler)(int),
                       std::atomic<bool>& is_running, pid_t& pid) {
@@ -18,18 +54,14 @@ int StartChildProgram(const char* path, char* const arguments[], void (*handler)
     is_running.store(false);
     return result;
   }
-  // The spawn blocks all signals of its thread. If the program ended meanwhile, another thread was told,
-  // which has no children to reap.
-  waitpid(pid, nullptr, WNOHANG);
+  Remember(pid);
+  ReapOne();  // the one that ended before it was remembered, when its signal found nothing to reap
   return result;
 }
 
 void ReapChildProgram(std::atomic<bool>& is_running) {
   const int saved_errno = errno;
-  int status = 0;
-  // Without blocking: a spawn that failed leaves a SIGCHLD without a child to reap, while another child
-  // may run on. And no children of other threads: one that runs system() there waits for its own.
-  waitpid(-1, &status, WNOHANG | __WNOTHREAD);
+  ReapOne();
   is_running.store(false);
   errno = saved_errno;
 }
