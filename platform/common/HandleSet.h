@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <unordered_map>
 #include <utility>
@@ -27,6 +29,13 @@ class HandleSet {
   }
 
   [[nodiscard]] bool Has(const Object* handle) const { return m_objects.contains(handle); }
+  [[nodiscard]] std::size_t Count() const { return m_objects.size(); }
+  /// @param is_counted  const Object& -> bool
+  template <class Predicate>
+  [[nodiscard]] std::size_t CountIf(Predicate is_counted) const {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(m_objects, [&](const auto& entry) { return is_counted(*entry.second); }));
+  }
   [[nodiscard]] bool IsEmpty() const { return m_objects.empty(); }
 
  private:

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "CallGate.h"
+#include "ConnectionHandles.h"
 #include "HandleSet.h"
 #include "VirtualTv.h"
 
@@ -70,6 +71,12 @@ int ChangeProfile(const char* function, connection_h connection, connection_prof
 }
 
 }  // namespace
+
+std::size_t CountConnectionHandles() {
+  return Connections().Count() + Profiles().CountIf([](const connection_profile_handle_s& profile) {
+    return profile.owner == nullptr;
+  });
+}
 
 int connection_create(connection_h* connection) {
   VirtualTv::Instance();  // which sets the gate's hook

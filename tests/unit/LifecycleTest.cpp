@@ -261,29 +261,6 @@ TEST(Lifecycle, AStatusThatCannotBeResetIsLoggedAndTheDaemonRuns) {
   EXPECT_TRUE(ran);
 }
 
-class EveryFailure : public testing::TestWithParam<const char*> {};
-
-TEST_P(EveryFailure, AtStartStopsNoLaterStep) {
-  VirtualTv::Instance().Fail(GetParam(), -1, VirtualTv::kForGood);
-  static bool ran = false;
-  EXPECT_EQ(RunDaemonFor(60s, [] { ran = true; }), 0);
-  EXPECT_TRUE(ran);
-  EXPECT_TRUE(test_log::Has("bRegister = 1"));
-  EXPECT_EQ(test_log::Messages().back(), " Main Ended");
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    OfThePlatform, EveryFailure,
-    testing::Values("platform_start", "connection_create",
-                    "connection_set_ethernet_cable_state_chaged_cb", "connection_set_network_monitor_cb",
-                    "connection_unset_network_monitor_cb", "package_manager_get_package_info",
-                    "connection_destroy", "tel_init", "tel_deinit", "tel_get_property_int",
-                    "tel_register_noti_event", "vconf_get_int", "vconf_get_bool", "vconf_get_str",
-                    "vconf_set_int", "vconf_set_str", "vconf_notify_key_changed",
-                    "vconf_ignore_key_changed", "system_info_get_custom_bool",
-                    "system_info_get_custom_int", "system_info_get_value_int", "wifi_initialize"),
-    [](const auto& case_info) { return std::string(case_info.param); });
-
 TEST(Lifecycle, TheRunningDaemonAnswersFactoryResetInstantOnAndTheSettingsScreen) {
   RunDaemonFor(100s, [] {
     vconf_set_int(vconf_keys::kFactoryReset, 0);
