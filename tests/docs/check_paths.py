@@ -4,6 +4,7 @@ the headers declare. Exits 1 and names each breach.
 
 Usage: check_paths.py [ROOT]"""
 
+import functools
 import pathlib
 import re
 import sys
@@ -17,6 +18,9 @@ PATH = re.compile(rf"(?<![\w./~$-])(?:\./)?((?:{FLOORS})/[\w./*+-]*)")
 FILE_NAME = re.compile(r"\*?[\w.-]+\.(?:cpp|h|py|md|sh)")
 LINK = re.compile(r"(?<!!)\[[^\]]*\]\(([^)\s]+)\)|!\[[^\]]*\]\(([^)\s]+)\)")
 VERB = re.compile(r"\./dev ([a-z]+)")
+# A test as ctest names it, without what a parameter adds: `unit.CableEvents.PulledShowsDetached`.
+TEST = re.compile(r"(unit|contract|integration|scenario)\.((?<=scenario\.)[a-z0-9-]+|\w+(?=\.))(?:\.(\w+))?")
+TEST_DEFINITION = re.compile(r"\bTEST(?:_F|_P)?\(\s*(\w+),\s*(\w+)\s*\)")
 
 
 def documents(root):
@@ -42,6 +46,7 @@ def code_in(line, fenced):
 
 def breaches_of(root, document, text):
     verbs = set(re.findall(r"^verb_(\w+)\(\)", read(root, "dev"), re.M))
+    tests = tests_of(root)
     fenced = False
     for number, line in enumerate(text.splitlines(), 1):
         place = f"{document}:{number}"
@@ -54,12 +59,25 @@ def breaches_of(root, document, text):
                     yield f"{place}: there is no {path}"
             if not fenced and FILE_NAME.fullmatch(code) and not any(tracked(root, code)):
                 yield f"{place}: there is no file named {code}"
+            test = TEST.fullmatch(code)
+            if test and not fenced and test.groups() not in tests:
+                yield f"{place}: there is no test {code}"
             for verb in VERB.findall(code):
                 if verb not in verbs:
                     yield f"{place}: ./dev has no verb {verb}"
         if not fenced:
             for target in filter(None, (a or b for a, b in LINK.findall(re.sub(r"`[^`]*`", "", line)))):
                 yield from broken_link(root, document, text, place, target)
+
+
+@functools.cache
+def tests_of(root):
+    """the names of all tests, as TEST takes them apart"""
+    found = {("scenario", path.stem, None) for path in (root / "tests/scenario").glob("*.scenario")}
+    for floor in ("unit", "contract", "integration"):
+        for path in (root / "tests" / floor).rglob("*Test.cpp"):
+            found |= {(floor, suite, name) for suite, name in TEST_DEFINITION.findall(path.read_text())}
+    return found
 
 
 def tracked(root, name):
@@ -151,6 +169,9 @@ def self_test():
         ("[link](docs/no-such-page.md)", 1),
         ("# A heading\n[here](#a-heading) [nowhere](#no-heading)", 1),
         ("`./dev nosuchverb`", 1),
+        ("`unit.Lifecycle.RunsNoCommandOfTheServiceTool` `scenario.evening`", 0),
+        ("`unit.Lifecycle.FliesToTheMoon`", 1),
+        ("`scenario.no-such-evening`", 1),
     ]
     for text, count in prose:
         found = list(breaches_of(HOME, pathlib.Path("t.md"), text))
