@@ -238,11 +238,28 @@ TEST_F(Usb, AMountThatIsNotAnsweredEnds) {
   StartService();
   m_disks.Insert("sdb partitions=5");
   const usb_device_h device = First();
-  EXPECT_EQ(Count(), 1);
-  m_disks.Answer("never");
+  m_disks.Answer("never Mount");
   EXPECT_LT(TimeOf([&] { EXPECT_EQ(usb_device_get_mountpath(device), nullptr); }), kMountPath);
   m_disks.Answer("normally");
   EXPECT_EQ(Text(usb_device_get_mountpath(device)), "/run/media/sdb1");
+}
+
+TEST_F(Usb, AMountThatMakesNoSenseIsNone) {
+  StartService();
+  m_disks.Insert("sdb");
+  for (const char* how : {"error Mount", "nonsense Mount"}) {
+    m_disks.Answer(how);
+    EXPECT_EQ(MountPath(), "null") << how;
+  }
+  m_disks.Answer("death Mount");
+  EXPECT_LT(TimeOf([] { EXPECT_EQ(MountPath(), "null"); }), 2s);
+}
+
+TEST_F(Usb, AStickThatSomebodyElseMountsMeanwhileIsWhereTheyMountIt) {
+  StartService();
+  m_disks.Insert("sdb taken");
+  EXPECT_EQ(MountPath(), "/run/media/sdb1");
+  EXPECT_EQ(m_disks.Mounts(), 1);
 }
 
 TEST_F(Usb, WhatMakesNoSenseIsNothing) {
@@ -335,7 +352,9 @@ TEST_F(UsbEvents, SticksThatAreThereAreNoEvent) {
   StartService();
   m_disks.Insert("sdb model=Blade");
   ASSERT_EQ(usb_device_init(), kNone);
-  m_disks.Insert("sdc model=Other");  // before the callback was set, and not told yet
+  Settle();
+  m_disks.Insert("sdc");  // before the callback is set, and the loop has not run since
+  m_disks.Insert("sdd");
   ASSERT_EQ(usb_set_connected_cb(OnStick, this), kNone);
   Settle();
   EXPECT_EQ(m_changes, Changes{});

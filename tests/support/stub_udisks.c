@@ -1,11 +1,11 @@
 /* Stands where UDisks2 stands on the bus. It says a line when it has its name, and answers each line of
  * its standard input with one when that is done:
  *   insert NAME [model=M] [vendor=V] [bus=B] [fixed] [partitions=N] [mounted=PATH] [unmountable=N]
- *     a drive with N partitions (1), each with a file system; all mounted at PATH, or none, of which the
- *     first "unmountable" cannot be
- *   remove NAME
- *   answers normally|never|error|nonsense|death
- *     how it answers to whoever asks for its objects or wants something mounted from then on
+ * [taken] a drive with N partitions (1), each with a file system; all mounted at PATH, or none, of which
+ * the first "unmountable" cannot be; "taken": somebody else mounts them at the very moment remove NAME
+ *   answers normally|never|error|nonsense|death [METHOD]
+ *     how it answers to whoever asks for its objects or wants something mounted from then on; to a call
+ *     of this method alone
  *   mounts
  *     answers how often something was to be mounted
  */
@@ -24,7 +24,9 @@
 enum Answers { NORMALLY, NEVER, ERROR, NONSENSE, DEATH };
 
 static GDBusObjectManagerServer* disks;
-static gint answers = NORMALLY; /* read by the bus's thread as well */
+/* Read by the bus's thread as well. */
+static gint answers = NORMALLY;
+static gint is_mount_alone = 0;
 static gint mounts = 0;
 
 static void say(GDBusConnection* connection, const char* line) {
@@ -36,14 +38,20 @@ static void say(GDBusConnection* connection, const char* line) {
 static gboolean on_mount(UDisksFilesystem* file_system, GDBusMethodInvocation* call, GVariant* options,
                          gpointer is_mountable) {
   (void)options;
+  const char* path = g_object_get_data(G_OBJECT(file_system), "path");
+  const char* points[] = {path, NULL};
   ++mounts;
+  if (g_object_get_data(G_OBJECT(file_system), "taken") != NULL) {
+    udisks_filesystem_set_mount_points(file_system, points);
+    g_dbus_method_invocation_return_dbus_error(call, "org.freedesktop.UDisks2.Error.AlreadyMounted",
+                                               "somebody was faster");
+    return TRUE;
+  }
   if (!GPOINTER_TO_INT(is_mountable)) {
     g_dbus_method_invocation_return_dbus_error(call, "org.freedesktop.UDisks2.Error.Failed",
                                                "wrong fs type");
     return TRUE;
   }
-  const char* path = g_object_get_data(G_OBJECT(file_system), "path");
-  const char* points[] = {path, NULL};
   g_mkdir_with_parents(path, 0755);
   udisks_filesystem_set_mount_points(file_system, points);
   udisks_filesystem_complete_mount(file_system, call, path);
@@ -65,7 +73,7 @@ static UDisksObjectSkeleton* new_block(const char* path, const char* drive) {
 }
 
 static void insert_partition(const char* name, const char* drive, int number, const char* mounted,
-                             gboolean is_mountable) {
+                             gboolean is_mountable, const char* taken) {
   char* path = g_strdup_printf(ROOT "/block_devices/%s%d", name, number);
   UDisksObjectSkeleton* object = new_block(path, drive);
   UDisksFilesystem* file_system = udisks_filesystem_skeleton_new();
@@ -73,6 +81,7 @@ static void insert_partition(const char* name, const char* drive, int number, co
   udisks_filesystem_set_mount_points(file_system, points);
   g_object_set_data_full(G_OBJECT(file_system), "path", g_strdup_printf("/run/media/%s%d", name, number),
                          g_free);
+  g_object_set_data(G_OBJECT(file_system), "taken", (gpointer)taken);
   g_signal_connect(file_system, "handle-mount", G_CALLBACK(on_mount), GINT_TO_POINTER(is_mountable));
   udisks_object_skeleton_set_filesystem(object, file_system);
   export_and_drop(object);
@@ -87,6 +96,7 @@ static void insert(char** words) {
   const char* mounted = NULL;
   int partitions = 1;
   int unmountable = 0;
+  const char* taken = NULL;
   UDisksDrive* drive = udisks_drive_skeleton_new();
   udisks_drive_set_connection_bus(drive, "usb");
   udisks_drive_set_removable(drive, TRUE);
@@ -106,6 +116,8 @@ static void insert(char** words) {
       partitions = atoi(value);
     } else if (g_str_has_prefix(*word, "unmountable=")) {
       unmountable = atoi(value);
+    } else if (g_str_has_prefix(*word, "taken")) {
+      taken = "yes";
     } else if (g_str_has_prefix(*word, "mounted=")) {
       mounted = value;
     }
@@ -115,7 +127,7 @@ static void insert(char** words) {
   export_and_drop(object);
   export_and_drop(new_block(block_path, drive_path));
   for (int i = 1; i <= partitions; ++i) {
-    insert_partition(name, drive_path, i, mounted, i > unmountable);
+    insert_partition(name, drive_path, i, mounted, i > unmountable, taken);
   }
   g_object_unref(drive);
   g_free(block_path);
@@ -163,6 +175,7 @@ static gboolean on_command(gint fd, GIOCondition condition, gpointer user_data) 
   } else if (strcmp(words[0], "remove") == 0) {
     remove_drive(words[1]);
   } else if (strcmp(words[0], "answers") == 0) {
+    g_atomic_int_set(&is_mount_alone, g_strcmp0(words[2], "Mount") == 0);
     g_atomic_int_set(&answers, answers_of(words[1]));
   } else if (strcmp(words[0], "mounts") == 0) {
     g_free(answer);
@@ -184,7 +197,8 @@ static GDBusMessage* on_message(GDBusConnection* connection, GDBusMessage* messa
   (void)user_data;
   if (!is_incoming || how == NORMALLY || member == NULL ||
       g_dbus_message_get_message_type(message) != G_DBUS_MESSAGE_TYPE_METHOD_CALL ||
-      (strcmp(member, "GetManagedObjects") != 0 && strcmp(member, "Mount") != 0)) {
+      (strcmp(member, "Mount") != 0 &&
+       (g_atomic_int_get(&is_mount_alone) || strcmp(member, "GetManagedObjects") != 0))) {
     return message;
   }
   if (how == DEATH) {
