@@ -146,6 +146,28 @@ TEST_F(SavedNetworkConnect, GoesOnWhenAHiddenNetworkDoesNotSayWhetherItWantsAKey
   EXPECT_EQ(TopStatuses(), "Attic:Connected Home:DisConnected");
 }
 
+TEST_F(SavedNetworkConnect, AScanThatFailsIsShownToTheUser) {
+  StartAtHome();
+  wifi.FailNext(WifiRequest::kChannelScan, WIFI_MANAGER_ERROR_WIFI_OFFLINE);
+  Connect("Office");
+  RunLoopFor(kAttempt);
+  EXPECT_TRUE(test_log::Has("_ApScanDoneCb Error : WIFI_OFFLINE"));
+  EXPECT_EQ(Requests(), Texts{"specific_scan_set_freq 2437"});
+  EXPECT_EQ(TopStatuses(), "Home:Connected Office:DisConnected");
+  EXPECT_EQ(PopupsAsked(), 1U);
+}
+
+TEST_F(SavedNetworkConnect, AScanForAHiddenNameThatFailsIsShownToTheUser) {
+  StartWith({{"Attic", 2462}, {"Home", 5180}});
+  wifi.FailNext(WifiRequest::kNameScan, WIFI_MANAGER_ERROR_NO_REPLY);
+  Connect("Attic");
+  RunLoopFor(kAttempt);
+  EXPECT_TRUE(test_log::Has("Scan_hidden_ap_cabllback failed [NO_REPLY]"));
+  EXPECT_EQ(Requests(), (Texts{"specific_scan_set_freq 2462", "scan_specific_ap Attic"}));
+  EXPECT_EQ(TopStatuses(), "Attic:DisConnected Home:Connected");
+  EXPECT_EQ(PopupsAsked(), 1U);
+}
+
 TEST_F(SavedNetworkConnect, OutOfRangeIsShownToTheUser) {
   StartWith({{"Garden", 2412}, {"Home", 5180}});
   Connect("Garden");
