@@ -93,12 +93,12 @@ TEST_F(CaptureProgram, AFullFileIsNotTooLargeForTheStick) {
   m_disks.Insert("sdb model=Blade");
   capture::Sender sender(kAddress, capture::kPort, 1000);
   ASSERT_EQ(Ask(1), "StartTCPDump");
-  sender.Send(5000);
+  sender.Send(capture::kMoreThanAFile);
   ASSERT_EQ(Ask(0), "StopTCPDump");
   EXPECT_GT(fs::file_size(capture::kFile), capture::kLargestFile - 2000);
   ASSERT_TRUE(fs::exists(kCopy));
   EXPECT_EQ(ContentOf(kCopy), ContentOf(capture::kFile));
-  EXPECT_EQ(capture::SentNumbers(kCopy).back(), 4999u);
+  EXPECT_EQ(capture::SentNumbers(kCopy).back(), capture::kMoreThanAFile - 1);
 }
 
 TEST_F(CaptureProgram, AStickThatCannotBeMountedGetsNothingAndNothingElseDoes) {

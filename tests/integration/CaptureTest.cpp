@@ -162,7 +162,7 @@ TEST_F(Capture, GoesOnWhenAnInterfaceGoes) {
 }
 
 TEST_F(Capture, KeepsTheNewestPacketsThatFitOntoAStick) {
-  constexpr std::uint32_t kPackets = 20'000;
+  constexpr std::uint32_t kPackets = capture::kMoreThanAFile;
   constexpr std::size_t kRecord = 16 + 16 + 28 + 1000;
   capture::Sender sender(kAddress, capture::kPort, 1000);
   ASSERT_EQ(Start(), CONNECTION_ERROR_NONE);

@@ -12,6 +12,10 @@ inline constexpr char kDirectory[] = "/opt/usr/data/network";
 inline constexpr char kFile[] = "/opt/usr/data/network/tcpdump-[time].pcap";
 inline constexpr std::size_t kLargestFile = 1024 * 1024;
 
+/// Packets of 1000 bytes that no file has room for, but the kernel has, on all interfaces together: so
+/// none is lost when the capture does not get the processor for a while.
+inline constexpr std::uint32_t kMoreThanAFile = 1500;
+
 /// What a Sender sends to, unless it is told otherwise; SentNumbers() finds that.
 inline constexpr std::uint16_t kPort = 4711;
 
