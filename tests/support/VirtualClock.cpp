@@ -22,10 +22,12 @@ namespace {
 std::atomic<std::int64_t> g_passed{0};
 std::atomic<std::int64_t> g_horizon{-1};  // -1: no jump allowed
 
+/// The whole second that comes next: GLib lets timers of seconds end at one moment within the second, so
+/// that what happens would depend on the fraction in which the process was started.
 timespec RealTime(clockid_t clock) {
   timespec time{};
   syscall(SYS_clock_gettime, clock, &time);
-  return time;
+  return {time.tv_sec + 1, 0};
 }
 
 timespec StartOf(clockid_t clock) {
