@@ -179,7 +179,7 @@ std::size_t ParseTime(const Words& words, const Scenario& scenario, Step& step) 
   }
   const auto at = ParseDuration(words[1]);
   if (!at) {
-    throw SyntaxError("not a time: \"" + words[1] + "\"; write 500ms, 1.5s or 2min");
+    throw SyntaxError("not a time: \"" + words[1] + "\"; write 500ms, 1.5s, 2min or 3h");
   }
   if (last != nullptr && *at < last->at) {
     throw SyntaxError("this is earlier than the step before it");

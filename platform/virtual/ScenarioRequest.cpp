@@ -15,7 +15,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds kLongest = std::chrono::hours(24);
+constexpr milliseconds kLongest = std::chrono::days(40);
 
 Json::Value Cable(const Words& words) {
   if (words.size() == 3 && words[1] == "state") {
@@ -127,6 +127,14 @@ bool IsTvCommand(const std::string& first_word) {
   return Makers().contains(first_word);
 }
 
+std::vector<std::string> TvCommands() {
+  std::vector<std::string> commands;
+  for (const auto& [word, maker] : Makers()) {
+    commands.push_back(word);
+  }
+  return commands;
+}
+
 std::optional<Json::Value> RequestOf(const Words& words, std::string& error) {
   const auto maker = words.empty() ? Makers().end() : Makers().find(words.front());
   if (maker == Makers().end()) {
@@ -146,7 +154,7 @@ std::optional<milliseconds> ParseDuration(const std::string& text) {
   const double number = g_ascii_strtod(text.c_str(), &unit);
   const bool has_number = unit != text.c_str() && text.front() >= '0' && text.front() <= '9';
   const std::string_view name = unit;
-  const double factor = name == "ms" ? 1 : name == "s" ? 1000 : name == "min" ? 60'000 : 0;
+  const double factor = name == "ms" ? 1 : name == "s" ? 1000 : name == "min" ? 60'000 : name == "h" ? 3'600'000 : 0;
   const double total = number * factor;
   if (!has_number || factor == 0 || !(total <= static_cast<double>(kLongest.count()))) {
     return std::nullopt;
