@@ -53,6 +53,7 @@ class ListenerList {
   }
 
   [[nodiscard]] bool IsEmpty() const { return m_entries.empty(); }
+  [[nodiscard]] std::size_t Count() const { return m_entries.size(); }
 
  private:
   struct Entry {

@@ -144,6 +144,16 @@ bool SettingsWatcher::Ignore(const char* key, vconf_callback_fn callback) {
   return removed;
 }
 
+std::size_t SettingsWatcher::ListenerCount() const {
+  std::size_t count = 0;
+  for (const auto& [path, directory] : m_directories) {
+    for (const auto& [name, key] : directory.keys) {
+      count += key->listeners.Count();
+    }
+  }
+  return count;
+}
+
 /// Two paths that lead to one directory have one watch.
 void SettingsWatcher::Unwatch(int watch) {
   const bool in_use = std::ranges::any_of(

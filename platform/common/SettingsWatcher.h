@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -24,6 +25,9 @@ class SettingsWatcher {
 
   /// @return whether there was such a watch
   bool Ignore(const char* key, vconf_callback_fn callback);
+
+  /// How many callbacks are registered, what a test looks at to see that none was forgotten.
+  [[nodiscard]] std::size_t ListenerCount() const;
 
  private:
   struct Listener {

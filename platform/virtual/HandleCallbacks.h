@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -31,6 +32,8 @@ class HandleCallbacks {
     m_entries.RemoveIf(
         [handle](const std::shared_ptr<Entry>& entry) { return entry->handle == handle; });
   }
+
+  [[nodiscard]] std::size_t Count() const { return m_entries.Count(); }
 
   /// Something happens now.
   /// @return the event's number

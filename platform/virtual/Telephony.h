@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <unordered_set>
@@ -26,6 +27,8 @@ class Telephony {
   /// @return false when there is no such session (any more)
   bool RemoveSession(TapiHandle* session);
   [[nodiscard]] bool HasSession(TapiHandle* session) const { return m_sessions.contains(session); }
+  [[nodiscard]] std::size_t SessionCount() const { return m_sessions.size(); }
+  [[nodiscard]] std::size_t SubscriptionCount() const { return m_subscriptions.Count(); }
   void Subscribe(TapiHandle* session, tapi_notification_cb callback, void* user_data);
 
   [[nodiscard]] DeliveryLine& Line() { return m_line; }

@@ -28,6 +28,7 @@ class WifiManagers {
   /// Null when there is no such handle (any more); valid until it is removed.
   Manager* Find(wifi_manager_h handle) { return m_managers.Find(handle); }
   [[nodiscard]] std::size_t Count() const { return m_managers.Count(); }
+  [[nodiscard]] std::size_t ScanCount() const { return m_scans.Count(); }
 
   /// Takes the place of the manager's last one.
   wifi_manager_specific_scan_h AddScan(wifi_manager_h manager);

@@ -7,6 +7,7 @@
 #include "CallGate.h"
 #include "ConnectionHandles.h"
 #include "HandleSet.h"
+#include "Holdings.h"
 #include "VirtualTv.h"
 
 struct connection_handle_s {};
@@ -76,6 +77,12 @@ std::size_t CountConnectionHandles() {
   return Connections().Count() + Profiles().CountIf([](const connection_profile_handle_s& profile) {
     return profile.owner == nullptr;
   });
+}
+
+void holdings::AddConnections(Counts& counts) {
+  counts["connections"] = Connections().Count();
+  counts["profiles"] = Profiles().Count();
+  counts["profile iterators"] = Iterators().Count();
 }
 
 int connection_create(connection_h* connection) {
