@@ -20,6 +20,8 @@ Counts Count() {
   counts["telephony sessions"] = tv.GetTelephony().SessionCount();
   counts["telephony callbacks"] = tv.GetTelephony().SubscriptionCount();
   counts["package infos"] = tv.GetPackages().GetHandles().Count();
+  counts["USB devices"] = tv.GetUsbSockets().GetDevices().Count();
+  counts["USB lists"] = tv.GetUsbSockets().GetLists().Count();
   AddConnections(counts);
   return counts;
 }

@@ -154,7 +154,11 @@ std::optional<milliseconds> ParseDuration(const std::string& text) {
   const double number = g_ascii_strtod(text.c_str(), &unit);
   const bool has_number = unit != text.c_str() && text.front() >= '0' && text.front() <= '9';
   const std::string_view name = unit;
-  const double factor = name == "ms" ? 1 : name == "s" ? 1000 : name == "min" ? 60'000 : name == "h" ? 3'600'000 : 0;
+  const double factor = name == "ms"    ? 1
+                        : name == "s"   ? 1000
+                        : name == "min" ? 60'000
+                        : name == "h"   ? 3'600'000
+                                        : 0;
   const double total = number * factor;
   if (!has_number || factor == 0 || !(total <= static_cast<double>(kLongest.count()))) {
     return std::nullopt;
