@@ -1,9 +1,11 @@
 #!/usr/bin/env python3
-"""Holds the documents to the tree: what they name exists, and docs/settings.md is the catalogue that
-the headers declare. Exits 1 and names each breach.
+"""Holds the documents to the tree: what they name exists, docs/settings.md is the catalogue that the
+headers declare, and docs/architecture.md leads to each source of the daemon and the platforms. Exits 1 and
+names each breach.
 
 Usage: check_paths.py [ROOT]"""
 
+import fnmatch
 import functools
 import pathlib
 import re
@@ -139,6 +141,14 @@ def catalogue_breaches(place, text, declared):
             yield f"{place}: {name} ({declared[name]}) is missing"
 
 
+def sources_without_a_row(text, sources):
+    """Those that no table under "Where is what" names, by itself or with a pattern."""
+    section = text.partition("\n## Where is what\n")[2].partition("\n## ")[0]
+    rows = [line for line in section.splitlines() if line.startswith("|")]
+    named = [path for row in rows for path in PATH.findall(row)]
+    return [source for source in sources if not any(fnmatch.fnmatch(source, path) for path in named)]
+
+
 def self_test():
     """A check that cannot fail is none."""
     declared = declared_keys(
@@ -176,6 +186,8 @@ def self_test():
     for text, count in prose:
         found = list(breaches_of(HOME, pathlib.Path("t.md"), text))
         assert len(found) == count, (text, found)
+    rows = "\n## Where is what\n\nsrc/c.cpp\n### x\n| a | `src/a.cpp`, `src/b*.cpp` |\n## y\n| `src/c.cpp` |\n"
+    assert sources_without_a_row(rows, ["src/a.cpp", "src/b1.cpp", "src/c.cpp"]) == ["src/c.cpp"]
 
 
 def main():
@@ -190,6 +202,11 @@ def main():
     if not pages or not declared or not facts:
         breaches.append("no documents or no declared keys were found")
     breaches += catalogue_breaches("docs/settings.md", read(root, "docs/settings.md"), declared | facts)
+    sources = sorted(
+        path.relative_to(root).as_posix() for floor in ("src", "platform") for path in (root / floor).rglob("*.cpp")
+    )
+    for source in sources_without_a_row(read(root, "docs/architecture.md"), sources):
+        breaches.append(f"docs/architecture.md: no row under \"Where is what\" leads to {source}")
     print("\n".join(breaches) or f"{len(pages)} documents, {len(declared)} keys, {len(facts)} features: as declared")
     return 1 if breaches else 0
 
