@@ -1,5 +1,6 @@
 #include "Inventory.h"
 
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -10,7 +11,8 @@
 #include "Holdings.h"
 
 #ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/allocator_interface.h>
+/// The sanitizer's own, whose header Debian has for another compiler only.
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
 namespace soak {
