@@ -18,11 +18,11 @@ struct Report {
   std::uint64_t refused;  ///< of these, by the TV: what was not to be done
   std::uint64_t calls;    ///< of platform functions
   std::uint64_t popups;
-  std::uint64_t captures;  ///< that the daemon asked for
-  std::uint64_t records;   ///< that were handed to the KPI journal
-  std::uint64_t pulse;     ///< goes on while the life does
-  int chapter;             ///< that is played, from 0
-  int step;                ///< the last one of that chapter which was begun; -1 before the first
+  std::int64_t captures;  ///< connections that were opened for captures, and not closed
+  std::uint64_t records;  ///< that were handed to the KPI journal
+  std::uint64_t pulse;    ///< goes on while the life does
+  int chapter;            ///< that is played, from 0
+  int step;               ///< the last one of that chapter which was begun; -1 before the first
 };
 
 /// The first failure is the one that counts.

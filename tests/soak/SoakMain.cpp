@@ -169,7 +169,7 @@ void ShrinkFailure(const Options& options, const std::vector<Events>& days, cons
     }
     const Outcome again =
         LiveInChild(PlanOfCandidate(furnishing, events, IsGrowth(outcome.failure)), limits);
-    return again.failure == outcome.failure;
+    return again.failure == outcome.failure || (IsGrowth(again.failure) && IsGrowth(outcome.failure));
   };
   const auto day = static_cast<std::size_t>(outcome.report.chapter);
   Events events = UpTo(days[day], outcome.report);

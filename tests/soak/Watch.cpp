@@ -190,6 +190,7 @@ void Fail(const std::string& kind, const std::string& details) {
 
 void LookAtCalls() {
   VirtualTv& tv = VirtualTv::Instance();
+  std::string before;
   for (const VirtualTv::Call& call : tv.Calls()) {
     ++g_report->calls;
     std::string text = call.function;
@@ -197,7 +198,13 @@ void LookAtCalls() {
       text += '\x1F' + argument;
     }
     soak::Mix(*g_report, text);
-    g_report->captures += call.function == "connection_profile_start_tcpdump" ? 1 : 0;
+    if (before == "connection_create" && call.function == "connection_profile_start_tcpdump") {
+      ++g_report->captures;
+    } else if (before == "connection_profile_get_tcpdump_state" &&
+               call.function == "connection_destroy") {
+      --g_report->captures;
+    }
+    before = call.function;
     if (call.function.starts_with("vconf_set_")) {
       LookAtWrite(call);
     }
