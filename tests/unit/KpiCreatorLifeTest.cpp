@@ -210,7 +210,12 @@ TEST_F(KpiCreatorLife, EnvironmentMayBeAskedAgainAfterItsScanFailed) {
 TEST_F(KpiCreatorLife, LogsHowItBegins) {
   CKPIWIFIENV creator;
   ASSERT_TRUE(creator.Create(Note()));
-  const std::vector<std::string> messages = test_log::Messages();
+  std::vector<std::string> messages = test_log::Messages();
+  // The worker of the pass logs whenever it runs.
+  std::erase_if(messages, [](const std::string& message) {
+    return message == "Run Wifi Mon =>" || message == "Inside m_notifyCb =>";
+  });
+  ASSERT_FALSE(messages.empty());
   EXPECT_EQ(messages.front(), "START");
   EXPECT_EQ(messages.back(), "END");
 }
