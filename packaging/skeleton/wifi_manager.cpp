@@ -1,6 +1,6 @@
 #include "wifi_manager.h"
 
-// This backend has no Wi-Fi yet.
+// This TV has no Wi-Fi.
 
 int wifi_manager_initialize(wifi_manager_h* /*manager*/) {
   return WIFI_MANAGER_ERROR_NOT_SUPPORTED;
