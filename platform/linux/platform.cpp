@@ -4,6 +4,7 @@
 #include "Connections.h"
 #include "NetworkType.h"
 #include "StickWatch.h"
+#include "Supplicant.h"
 #include "Telephony.h"
 #include "packet_capture.h"
 
@@ -22,10 +23,12 @@ int platform_start(void) {
   }
   TheNetworkType() = NetworkType::Start();
   StartTelephony();
+  Supplicant::Instance().Start();
   return TheNetworkType() != nullptr ? 0 : -1;
 }
 
 void platform_stop(void) {
+  Supplicant::Instance().Stop();
   StopTelephony();
   FinishCapture();
   StickWatch::Instance().Stop();
