@@ -22,11 +22,3 @@ int wifi_unset_connection_state_changed_cb() {
 int wifi_get_connected_ap(wifi_ap_h* /*ap*/) {
   return WIFI_ERROR_NOT_SUPPORTED;
 }
-
-int wifi_manager_initialize(wifi_manager_h* /*manager*/) {
-  return WIFI_MANAGER_ERROR_NOT_SUPPORTED;
-}
-
-int wifi_manager_deinitialize(wifi_manager_h /*manager*/) {
-  return WIFI_MANAGER_ERROR_NOT_SUPPORTED;
-}
