@@ -2,6 +2,7 @@
 
 #include "CallGate.h"
 #include "Connections.h"
+#include "NetworkService.h"
 #include "NetworkType.h"
 #include "StickWatch.h"
 #include "Supplicant.h"
@@ -23,12 +24,14 @@ int platform_start(void) {
   }
   TheNetworkType() = NetworkType::Start();
   StartTelephony();
+  NetworkService::Instance().Start();
   Supplicant::Instance().Start();
   return TheNetworkType() != nullptr ? 0 : -1;
 }
 
 void platform_stop(void) {
   Supplicant::Instance().Stop();
+  NetworkService::Instance().Stop();
   StopTelephony();
   FinishCapture();
   StickWatch::Instance().Stop();
