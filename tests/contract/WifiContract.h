@@ -24,6 +24,7 @@ class WifiContract : public testing::Test {
     setenv(settings::kDirectoryVariable, "/run/settings", 1);
     m_room = WifiRoom::Enter();
     ASSERT_EQ(platform_start(), 0);
+    RunLoopUntil([&] { return m_room->IsReady(); });
     ASSERT_EQ(wifi_initialize(), WIFI_ERROR_NONE);
   }
   void TearDown() override { platform_stop(); }

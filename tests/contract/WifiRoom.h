@@ -43,6 +43,9 @@ class WifiRoom {
   /// As by an earlier connection, but that nothing is known of where it was.
   virtual void Save(const AirRadio& radio) = 0;
 
+  /// Whether the platform, which has been started, has found its Wi-Fi.
+  [[nodiscard]] virtual bool IsReady() const = 0;
+
   /// The longest that a request takes from the call to the callback, where radios answer.
   [[nodiscard]] virtual std::chrono::milliseconds LongestRequest() const = 0;
   /// How long a test waits to see that nothing more comes.

@@ -51,6 +51,7 @@ class VirtualWifiRoom : public WifiRoom {
   void Save(const AirRadio& radio) override {
     m_tv.GetWifi().Save({radio.essid, radio.security, radio.passphrase});
   }
+  [[nodiscard]] bool IsReady() const override { return true; }
   [[nodiscard]] std::chrono::milliseconds LongestRequest() const override { return 1000ms; }
   [[nodiscard]] std::chrono::milliseconds Settling() const override { return 200ms; }
 

@@ -24,7 +24,7 @@ LINK_INTERFACE = Interface(
     {
         "Scan": ("a{sv}", ""),
         "AbortScan": ("", ""),
-        "SignalPoll": ("", "a{sv}"),
+        "SignalPoll": ("", "v"),
         "Roam": ("s", ""),
         "Disconnect": ("", ""),
         "Reassociate": ("", ""),
@@ -236,14 +236,14 @@ class Link(BusObject):
         if self.bss is None or self.get("State") != "completed":
             raise Refusal(NAME + ".UnknownError", "Failed to read signal")
         radio = self.air.radios.get(self.bss.radio.bssid, self.bss.radio)
-        return ({
+        return (GLib.Variant("a{sv}", {
             "rssi": GLib.Variant("i", radio.signal),
             "avg-rssi": GLib.Variant("i", radio.signal),
             "noise": GLib.Variant("i", -92),
             "linkspeed": GLib.Variant("i", 54),
             "frequency": GLib.Variant("u", radio.frequency),
             "width": GLib.Variant("s", "20 MHz (no HT)" if radio.frequency < 5000 else "80 MHz"),
-        },)
+        }),)
 
     def Roam(self, bssid):
         for (known, ssid), bss in self.heard.items():
