@@ -1,5 +1,6 @@
 #include "platform.h"
 
+#include "Air.h"
 #include "CallGate.h"
 #include "Connections.h"
 #include "NetworkService.h"
@@ -26,10 +27,12 @@ int platform_start(void) {
   StartTelephony();
   NetworkService::Instance().Start();
   Supplicant::Instance().Start();
+  Air::Instance().Start();
   return TheNetworkType() != nullptr ? 0 : -1;
 }
 
 void platform_stop(void) {
+  Air::Instance().Stop();
   Supplicant::Instance().Stop();
   NetworkService::Instance().Stop();
   StopTelephony();

@@ -1,0 +1,171 @@
+#include "Air.h"
+
+#include <algorithm>
+#include <tuple>
+#include <utility>
+
+namespace {
+
+/// How long a list is good for whoever asks again at once.
+constexpr gint64 kFreshUs = G_USEC_PER_SEC;
+/// As long as drivers keep what they heard.
+constexpr gint64 kForgottenUs = 30 * G_USEC_PER_SEC;
+/// Drivers count the age of a frame in ticks of the kernel.
+constexpr gint64 kTickUs = 20'000;
+/// Enough for every channel, each looked at on its own.
+constexpr std::size_t kSeenRequests = 64;
+
+bool Contains(const auto& list, const auto& item) {
+  return std::ranges::find(list, item) != list.end();
+}
+
+/// Whether a radio that is in reach was heard by a scan.
+bool Covers(const ScanRequest& request, const Radio& radio) {
+  const bool is_on_channel =
+      request.frequencies.empty() || Contains(request.frequencies, radio.frequency);
+  const bool is_asked = Contains(request.names, "") || Contains(request.names, radio.ssid);
+  return is_on_channel && is_asked;
+}
+
+/// One entry for an address: the newest; but a name that is known is kept beside what hides it.
+void Merge(std::vector<HeardRadio>& radios) {
+  std::ranges::sort(radios, [](const HeardRadio& one, const HeardRadio& other) {
+    return std::tie(one.radio.bssid, other.heard_at) < std::tie(other.radio.bssid, one.heard_at);
+  });
+  auto last = radios.begin();
+  for (auto radio = radios.begin(); radio != radios.end(); ++radio) {
+    if (radio == radios.begin()) {
+      continue;
+    }
+    if (radio->radio.bssid != last->radio.bssid) {
+      ++last;
+      if (last != radio) {
+        *last = std::move(*radio);
+      }
+      continue;
+    }
+    last->is_connected = last->is_connected || radio->is_connected;
+    if (last->radio.ssid.empty()) {
+      last->radio.ssid = radio->radio.ssid;
+    }
+  }
+  if (!radios.empty()) {
+    radios.erase(last + 1, radios.end());
+  }
+}
+
+}  // namespace
+
+Air& Air::Instance() {
+  static auto* const air = new Air;
+  return *air;
+}
+
+Air::Air()
+    : m_queue(m_driver,
+              [this](const ScanRequest& request, gint64 begun_at) { OnScanned(request, begun_at); }) {}
+
+void Air::Start() {
+  m_is_started = true;
+}
+
+void Air::Stop() {
+  m_is_started = false;
+  m_queue.Clear();
+  m_radios.clear();
+  m_seen.clear();
+  m_read_at = 0;
+  m_noise_frequency = 0;
+}
+
+void Air::UseInterface(const std::string& name) {
+  m_driver.UseInterface(name);
+  m_read_at = 0;
+}
+
+bool Air::IsReady() {
+  return m_is_started && m_driver.IsThere();
+}
+
+const std::vector<HeardRadio>& Air::Radios() {
+  const gint64 now = g_get_monotonic_time();
+  if (m_read_at == 0 || now - m_read_at > kFreshUs) {
+    m_radios = m_driver.Radios();
+    Merge(m_radios);
+    m_read_at = now;
+  }
+  std::erase_if(m_radios, [this](const HeardRadio& heard) { return !IsInReach(heard); });
+  return m_radios;
+}
+
+bool Air::IsInReach(const HeardRadio& heard) const {
+  if (heard.is_connected) {
+    return true;
+  }
+  const bool is_missed = std::ranges::any_of(m_seen, [&heard](const Seen& seen) {
+    return heard.heard_at + kTickUs < seen.begun_at && Covers(seen.request, heard.radio);
+  });
+  return !is_missed && g_get_monotonic_time() - heard.heard_at < kForgottenUs;
+}
+
+const HeardRadio* Air::Find(const std::string& bssid) {
+  const auto& radios = Radios();
+  const auto found = std::ranges::find_if(radios, [&bssid](const HeardRadio& heard) {
+    return g_ascii_strcasecmp(heard.radio.bssid.c_str(), bssid.c_str()) == 0;
+  });
+  return found == radios.end() ? nullptr : &*found;
+}
+
+const HeardRadio* Air::Connected() {
+  m_read_at = 0;
+  const auto& radios = Radios();
+  const auto found = std::ranges::find_if(radios, &HeardRadio::is_connected);
+  return found == radios.end() ? nullptr : &*found;
+}
+
+/// A scan empties the driver's table of noise, and then the last value of the channel is the best that
+/// is known.
+std::optional<int> Air::SignalToNoise() {
+  const HeardRadio* const connected = Connected();
+  if (connected == nullptr || connected->radio.signal == 0) {
+    return std::nullopt;
+  }
+  const int frequency = connected->radio.frequency;
+  if (const auto noise = m_driver.Noise(frequency)) {
+    m_noise_frequency = frequency;
+    m_noise = *noise;
+  }
+  if (m_noise_frequency != frequency) {
+    return std::nullopt;
+  }
+  return connected->radio.signal - m_noise;
+}
+
+void Air::Scan(ScanRequest request, Answer answer) {
+  m_queue.Scan(std::move(request), std::move(answer));
+}
+
+void Air::Look(const std::vector<int>& frequencies, const std::string& name, Answer answer) {
+  ScanRequest request{frequencies, {""}};
+  if (!name.empty()) {
+    request.names.insert(request.names.begin(), name);
+  }
+  m_queue.Look(std::move(request), std::move(answer));
+}
+
+void Air::OnScanned(const ScanRequest& request, gint64 begun_at) {
+  m_read_at = 0;
+  // What a later scan looked at as well tells nothing more.
+  std::erase_if(m_seen, [&](const Seen& seen) {
+    return request.frequencies.empty()
+               ? Contains(request.names, "")
+               : seen.request.frequencies == request.frequencies && seen.request.names == request.names;
+  });
+  std::erase_if(m_seen, [](const Seen& seen) {
+    return g_get_monotonic_time() - seen.begun_at > kForgottenUs;  // who was missed then is forgotten
+  });
+  if (m_seen.size() == kSeenRequests) {
+    m_seen.erase(m_seen.begin());
+  }
+  m_seen.push_back({request, begun_at});
+}
