@@ -35,6 +35,13 @@ class NotificationOnADesktop : public Notification {
 
   static std::string BusPath() { return "/run/user/" + std::to_string(getuid()) + "/bus"; }
 
+  static GDBusConnection* Connect() {
+    const std::string address = "unix:path=" + BusPath();
+    const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+    return g_dbus_connection_new_for_address_sync(address.c_str(), flags, nullptr, nullptr, nullptr);
+  }
+
   void StartBus() {
     fs::create_directories(fs::path(BusPath()).parent_path());
     WriteFile("/run/bus.conf", "<busconfig><type>session</type><listen>unix:path=" + BusPath() +
@@ -43,18 +50,14 @@ class NotificationOnADesktop : public Notification {
     m_bus = std::make_unique<Program>(
         Strings{"dbus-daemon", "--config-file=/run/bus.conf", "--nofork", "--nopidfile"}, Strings{},
         "/usr/bin/dbus-daemon");
-    RunLoopUntil([] { return fs::exists(BusPath()); });
+    // Its socket is there before it listens.
+    RunLoopUntil([this] { return (m_connection = Connect()) != nullptr; });
   }
 
   void Provide(bool answers, std::vector<const char*> capabilities = {"body"}) {
     m_answers = answers;
     m_capabilities = std::move(capabilities);
     m_capabilities.push_back(nullptr);
-    const std::string address = "unix:path=" + BusPath();
-    const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-    m_connection =
-        g_dbus_connection_new_for_address_sync(address.c_str(), flags, nullptr, nullptr, nullptr);
     ASSERT_NE(m_connection, nullptr);
     g_dbus_connection_add_filter(m_connection, OnMessage, this, nullptr);
     g_autoptr(GVariant) owned = g_dbus_connection_call_sync(
