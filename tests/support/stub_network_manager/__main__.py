@@ -13,6 +13,8 @@ of a network is any bytes.
                                   a profile on disk; one of the same name and security is replaced
   forget ssid=HEX                 its profiles go
   cable in|out                    a wired device appears with the first
+  adapter out|in                  the Wi-Fi interface leaves the machine, and comes back as another object
+  lose                            the link breaks, and who manages the network lets what is saved connect
   scan                            lets the supplicant scan everything, and waits for no end
   answers nm|supplicant normally|late MS|error|nonsense|never|death [METHOD]
                                   how it answers calls from then on; to one method alone
@@ -31,6 +33,7 @@ import traceback
 import air
 import manager
 import supplicant
+from device import SSID_NOT_FOUND
 from gi.repository import GLib
 from kernel import Kernel
 from profiles import SECURITY_GROUP, WIRELESS_GROUP, security_of
@@ -54,8 +57,7 @@ class Room:
         self.supplicant, self.link = supplicant.create(self.air)
         self.manager = manager.create(Kernel())
         self.nm = self.manager.service
-        self.wireless = WirelessDevice(self.manager, 1, self.link)
-        self.manager.add_device(self.wireless)
+        self.add_adapter()
         self.wired = None
 
     def service(self, name):
@@ -121,9 +123,26 @@ class Room:
 
     def cable(self, where):
         if self.wired is None:
-            self.wired = WiredDevice(self.manager, 2)
+            self.wired = WiredDevice(self.manager, self.manager.next_number())
             self.manager.add_device(self.wired)
         self.wired.plug(where == "in")
+
+    def adapter(self, where):
+        if where == "out":
+            self.manager.remove_device(self.wireless)
+            self.wireless = None
+            self.link.unplug()
+        else:
+            self.link.plug()
+            self.add_adapter()
+
+    def add_adapter(self):
+        self.wireless = WirelessDevice(self.manager, self.manager.next_number(), self.link)
+        self.manager.add_device(self.wireless)
+        self.wireless.on_heard()
+
+    def lose(self):
+        self.wireless.fail(SSID_NOT_FOUND)
 
     def scan(self):
         self.link.scan([], [])

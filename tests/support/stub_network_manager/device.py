@@ -90,6 +90,8 @@ class Device(BusObject):
     def activate(self, activation):
         if self.activation is not None:
             self.end(NEW_ACTIVATION, DEVICE_DISCONNECTED)
+        elif self.state() == FAILED:
+            self.set_state(DISCONNECTED)
         self.activation = activation
         self.set(ActiveConnection=activation.path)
         self.set_state(PREPARE)
@@ -119,7 +121,7 @@ class Device(BusObject):
         if reason == NO_SECRETS or activation.profile.failures >= TRIES:
             activation.profile.is_blocked = True
         self._let_go(activation, DEVICE_DISCONNECTED)
-        self.set_state(DISCONNECTED)
+        self.after(5, self.set_state, DISCONNECTED)
         self.manager.look_for_autoconnect_after_failure(self)
 
     def end(self, device_reason, active_reason):

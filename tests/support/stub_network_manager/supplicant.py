@@ -128,9 +128,10 @@ class Root(BusObject):
     def __init__(self, service, link):
         self.link = link
         super().__init__(service, ROOT, [ROOT_INTERFACE], {"Interfaces": [INTERFACE_PATH]})
+        link.root = self
 
     def GetInterface(self, name):
-        if name != self.link.get("Ifname"):
+        if name != self.link.get("Ifname") or not self.get("Interfaces"):
             raise Refusal(NAME + ".InterfaceUnknown", "wpa_supplicant knows nothing about this interface.")
         return (INTERFACE_PATH,)
 
@@ -148,6 +149,7 @@ class Link(BusObject):
 
     def __init__(self, service, the_air):
         self.air = the_air
+        self.root = None
         self.listener = None
         self.heard = {}
         self.number = 0
@@ -264,6 +266,18 @@ class Link(BusObject):
         self.leave()
         self.network = network
         self._seek()
+
+    def unplug(self):
+        self.reset()
+        self.remove()
+        self.root.set(Interfaces=[])
+        self.root.emit(NAME, "InterfaceRemoved", GLib.Variant("(o)", (self.path,)))
+
+    def plug(self):
+        self.service.add(self)
+        self.root.set(Interfaces=[self.path])
+        added = (self.path, self.properties[LINK_INTERFACE.name])
+        self.root.emit(NAME, "InterfaceAdded", GLib.Variant("(oa{sv})", added))
 
     def reset(self):
         """As when the supplicant has gone: it knows nothing, and holds no link."""

@@ -108,6 +108,10 @@ class WirelessDevice(device.Device):
             self.set(AvailableConnections=available)
         self.manager.look_for_autoconnect(air.AUTOCONNECT_OF_NEWS)
 
+    def remove(self):
+        self.forget_all()
+        super().remove()
+
     def forget_all(self):
         for path in list(self.points):
             self._remove_point(path)
@@ -131,6 +135,7 @@ class WirelessDevice(device.Device):
             return
         if self.activation is not None:
             self.fail(device.SUPPLICANT_FAILED)
+        self.stop_waiting()
         self.forget_all()
         self.set_state(device.UNAVAILABLE, device.SUPPLICANT_FAILED)
 
