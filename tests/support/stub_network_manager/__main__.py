@@ -15,6 +15,8 @@ of a network is any bytes.
   cable in|out                    a wired device appears with the first
   adapter out|in                  the Wi-Fi interface leaves the machine, and comes back as another object
   lose                            the link breaks, and who manages the network lets what is saved connect
+  reconnect                       leaves the network, and begins to join it again
+  hurry                           connections take a millisecond or two from then on
   scan                            lets the supplicant scan everything, and waits for no end
   answers nm|supplicant normally|late MS|error|nonsense|never|death [METHOD]
                                   how it answers calls from then on; to one method alone
@@ -33,7 +35,7 @@ import traceback
 import air
 import manager
 import supplicant
-from device import SSID_NOT_FOUND
+from device import DEVICE_DISCONNECTED, SSID_NOT_FOUND, SUPPLICANT_DISCONNECT
 from gi.repository import GLib
 from kernel import Kernel
 from profiles import SECURITY_GROUP, WIRELESS_GROUP, security_of
@@ -143,6 +145,15 @@ class Room:
 
     def lose(self):
         self.wireless.fail(SSID_NOT_FOUND)
+
+    def reconnect(self):
+        profile = self.wireless.activation.profile
+        self.wireless.end(SUPPLICANT_DISCONNECT, DEVICE_DISCONNECTED)
+        self.manager.activate(profile, self.wireless, "/")
+
+    @staticmethod
+    def hurry():
+        air.ASSOCIATION = air.KEY_EXCHANGE = air.LEASE = 1
 
     def scan(self):
         self.link.scan([], [])

@@ -111,7 +111,7 @@ class Manager(BusObject):
             if candidates:
                 best = max(candidates, key=lambda profile: (profile.value("connection", "autoconnect-priority", 0),
                                                             profile.value("connection", "timestamp", 0)))
-                self._activate(best, known, "/")
+                self.activate(best, known, "/")
         return GLib.SOURCE_REMOVE
 
     # What others ask of it.
@@ -124,7 +124,7 @@ class Manager(BusObject):
                 return known
         raise Refusal(NAME + ".UnknownDevice", "Device not found or not available")
 
-    def _activate(self, profile, which, specific):
+    def activate(self, profile, which, specific):
         activation = Activation(self, self.next_number(), profile, which, specific)
         self.activations.append(activation)
         self._tell_of_activations()
@@ -139,7 +139,7 @@ class Manager(BusObject):
         which = self._device_at(device_path, profile)
         which.is_autoconnect_blocked = False
         profile.is_blocked = False
-        return (self._activate(profile, which, specific).path,)
+        return (self.activate(profile, which, specific).path,)
 
     def AddAndActivateConnection(self, parameters):
         return self._add_and_activate(parameters, "disk")
@@ -162,7 +162,7 @@ class Manager(BusObject):
         flags = {"disk": 0, "memory": UNSAVED_FLAG, "volatile": UNSAVED_FLAG | VOLATILE_FLAG}[persist]
         profile = self.settings.create(groups, flags)
         which.is_autoconnect_blocked = False
-        return profile.path, self._activate(profile, which, specific).path
+        return profile.path, self.activate(profile, which, specific).path
 
     def DeactivateConnection(self, path):
         for activation in self.activations:

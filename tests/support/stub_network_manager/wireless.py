@@ -57,7 +57,7 @@ class WirelessDevice(device.Device):
             "HwAddress": "02:00:00:00:00:01",
             "PermHwAddress": "02:00:00:00:00:01",
         }
-        super().__init__(manager, number, [WIRELESS], values, "192.168.0")
+        super().__init__(manager, number, [WIRELESS], values, "192.0.2")
 
     # What it hears.
 
