@@ -3,9 +3,53 @@
 #include "sound_manager.h"
 
 namespace {
-class PackagesTest : public Contract {};
+
+class PackagesTest : public Contract {
+ protected:
+  static constexpr char kId[] = "org.example.viewer";
+
+  /// @return null when it is not installed
+  static package_info_h Info() {
+    package_info_h info = nullptr;
+    const int result = package_manager_get_package_info(kId, &info);
+    EXPECT_EQ(result,
+              info != nullptr ? PACKAGE_MANAGER_ERROR_NONE : PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE);
+    return info;
+  }
+  static bool IsInstalled() {
+    const package_info_h info = Info();
+    return info != nullptr && package_info_destroy(info) == PACKAGE_MANAGER_ERROR_NONE;
+  }
+};
+
 class SoundTest : public Contract {};
+
 }  // namespace
+
+// What is installed and removed while the platform is at work is there, and is not there any more.
+// Fails: a backend that reads the list of packages once.
+TEST_F(PackagesTest, WhatIsInstalledIsThereUntilItIsRemoved) {
+  EXPECT_FALSE(IsInstalled());
+  for (int i = 0; i < 3; ++i) {
+    m_room->InstallApplication(kId);
+    RunLoopUntil(IsInstalled);
+    m_room->RemoveApplication(kId);
+    RunLoopUntil([] { return !IsInstalled(); });
+  }
+}
+
+// A handle ends once, and what is known by it does not end with another.
+// Fails: a backend that hands out the same object twice, or frees what it is given.
+TEST_F(PackagesTest, AHandleEndsOnce) {
+  m_room->InstallApplication(kId);
+  RunLoopUntil(IsInstalled);
+  const package_info_h first = Info();
+  const package_info_h second = Info();
+  EXPECT_NE(first, second);
+  EXPECT_EQ(package_info_destroy(first), PACKAGE_MANAGER_ERROR_NONE);
+  EXPECT_EQ(package_info_destroy(first), PACKAGE_MANAGER_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(package_info_destroy(second), PACKAGE_MANAGER_ERROR_NONE);
+}
 
 // What nobody installed is not there, and the out parameter stays as it was.
 // Fails: a backend that writes null for what it did not find.

@@ -6,7 +6,7 @@
 
 /// The place that a backend's TV stands in, and the hands that plug and pull there. A porter writes one
 /// for their own backend; the tests know nothing else of it. One a process. When it is built there is no
-/// cable, no dongle and no telephony service, and the platform is not started.
+/// cable, no dongle, no telephony service and no application, and the platform is not started.
 class Room {
  public:
   static std::unique_ptr<Room> Enter();
@@ -34,6 +34,11 @@ class Room {
   /// While the service is up.
   virtual void InsertDongle() = 0;
   virtual void RemoveDongle() = 0;
+
+  /// Installs an application, and takes it away.
+  /// @param id  of its package, such as "org.example.viewer"
+  virtual void InstallApplication(const std::string& id) = 0;
+  virtual void RemoveApplication(const std::string& id) = 0;
 
   /// The longest that an event takes from the hand to the callback, and so how long a test waits to see
   /// that none comes.

@@ -1,16 +1,29 @@
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
 #include <sys/socket.h>
 
 #include "ModemRoom.h"
 #include "Network.h"
 #include "Room.h"
 
+namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
 namespace {
 
+constexpr char kDataDirectory[] = "/run/data";
+
+fs::path DesktopFile(const std::string& id) {
+  return fs::path(kDataDirectory) / "applications" / (id + ".desktop");
+}
+
 class LinuxRoom : public Room {
  public:
   LinuxRoom() {
+    setenv("XDG_DATA_HOME", "/run/nobody", 1);
+    setenv("XDG_DATA_DIRS", kDataDirectory, 1);
     network::EnterNamespace();
     network::AddCable("wall", "far");
     network::SetUp("far", false);
@@ -36,6 +49,11 @@ class LinuxRoom : public Room {
   void StopTelephony() override { m_modems.StopService(); }
   void InsertDongle() override { m_modems.InsertDongle(); }
   void RemoveDongle() override { m_modems.RemoveDongle(); }
+  void InstallApplication(const std::string& id) override {
+    fs::create_directories(DesktopFile(id).parent_path());
+    std::ofstream(DesktopFile(id)) << "[Desktop Entry]\nType=Application\nName=Viewer\nExec=/bin/true\n";
+  }
+  void RemoveApplication(const std::string& id) override { fs::remove(DesktopFile(id)); }
   [[nodiscard]] std::chrono::milliseconds Settling() const override { return 300ms; }
 
  private:

@@ -21,6 +21,12 @@ class VirtualRoom : public Room {
   void StopTelephony() override { VirtualTv::Instance().StopTelephony(); }
   void InsertDongle() override { VirtualTv::Instance().InsertDongle(); }
   void RemoveDongle() override { VirtualTv::Instance().RemoveDongle(); }
+  void InstallApplication(const std::string& id) override {
+    VirtualTv::Instance().GetPackages().Install(id);
+  }
+  void RemoveApplication(const std::string& id) override {
+    VirtualTv::Instance().GetPackages().Remove(id);
+  }
   [[nodiscard]] std::chrono::milliseconds Settling() const override { return 100ms; }
 };
 
