@@ -9,7 +9,7 @@ extern "C" {
 typedef enum {
   SOUND_MANAGER_ERROR_NONE = 0,
   SOUND_MANAGER_ERROR_INVALID_PARAMETER = -22,  ///< null out parameter
-  SOUND_MANAGER_ERROR_INTERNAL = -1,            ///< the sound service does not answer
+  SOUND_MANAGER_ERROR_INTERNAL = -1,            ///< the sound service does not answer, or not yet
 } sound_manager_error_e;
 
 /// The speaker selection that stands for speakers in the network.

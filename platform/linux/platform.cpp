@@ -5,6 +5,7 @@
 #include "Connections.h"
 #include "NetworkService.h"
 #include "NetworkType.h"
+#include "SoundServer.h"
 #include "StickWatch.h"
 #include "Supplicant.h"
 #include "Telephony.h"
@@ -36,6 +37,7 @@ void platform_stop(void) {
   Supplicant::Instance().Stop();
   NetworkService::Instance().Stop();
   StopTelephony();
+  SoundServer::Instance().Stop();
   FinishCapture();
   StickWatch::Instance().Stop();
   TheNetworkType().reset();
