@@ -149,7 +149,7 @@ class WirelessDevice(device.Device):
         if security != "none":
             self.set_state(device.NEED_AUTH)
             if security in ("wpa2", "wpa", "sae") and not secret:
-                self.after(1, self.fail, device.NO_SECRETS)
+                self.after(air.KEY_EXCHANGE, self.fail, device.NO_SECRETS)
                 return
             self.set_state(device.PREPARE)
             self.set_state(device.CONFIG)
