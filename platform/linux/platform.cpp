@@ -9,6 +9,7 @@
 #include "StickWatch.h"
 #include "Supplicant.h"
 #include "Telephony.h"
+#include "WifiConnector.h"
 #include "packet_capture.h"
 
 namespace {
@@ -28,11 +29,13 @@ int platform_start(void) {
   StartTelephony();
   NetworkService::Instance().Start();
   Supplicant::Instance().Start();
+  WifiConnector::Instance().Start();
   Air::Instance().Start();
   return TheNetworkType() != nullptr ? 0 : -1;
 }
 
 void platform_stop(void) {
+  WifiConnector::Instance().Stop();
   Air::Instance().Stop();
   Supplicant::Instance().Stop();
   NetworkService::Instance().Stop();

@@ -1,21 +1,73 @@
+#include "AccessPointHandle.h"
+#include "CallGate.h"
+#include "SsidText.h"
+#include "WifiConnector.h"
+#include "WifiManagers.h"
+#include "call_guarded.h"
 #include "wifi_manager.h"
 
-// Connecting and leaving: this backend has no Wi-Fi yet.
+namespace {
 
-int wifi_connect_target(const wifi_target_s* /*target*/, wifi_finished_cb /*callback*/,
-                        void* /*user_data*/) {
-  return WIFI_ERROR_NOT_SUPPORTED;
+/// How the program's callback hears of the end of its request.
+WifiConnector::Answer AnswerTo(wifi_finished_cb callback, void* user_data) {
+  return [callback, user_data](int result) {
+    CallGuarded([&] { callback(static_cast<wifi_error_e>(result), user_data); });
+  };
 }
 
-int wifi_connect(wifi_ap_h /*ap*/, wifi_finished_cb /*callback*/, void* /*user_data*/) {
-  return WIFI_ERROR_NOT_SUPPORTED;
+}  // namespace
+
+int wifi_connect_target(const wifi_target_s* target, wifi_finished_cb callback, void* user_data) {
+  const wifi_target_s named = target == nullptr ? wifi_target_s{} : *target;
+  if (const auto refusal = call_gate::Refusal("wifi_connect_target", named.essid, named.bssid,
+                                              named.frequency, static_cast<int>(named.security_type))) {
+    return *refusal;
+  }
+  const bool has_name = named.essid != nullptr && *named.essid != '\0';
+  if (!has_name || named.frequency < 0 || callback == nullptr) {
+    return WIFI_ERROR_INVALID_PARAMETER;
+  }
+  WifiConnector::Target wanted{.name = ssid_text::ToBytes(named.essid),
+                               .bssid = named.bssid == nullptr ? "" : named.bssid,
+                               .frequency = named.frequency,
+                               .security = named.security_type};
+  if (named.passphrase != nullptr) {
+    wanted.passphrase = named.passphrase;
+  }
+  return WifiConnector::Instance().Connect(std::move(wanted), AnswerTo(callback, user_data));
 }
 
-int wifi_disconnect(wifi_ap_h /*ap*/, wifi_finished_cb /*callback*/, void* /*user_data*/) {
-  return WIFI_ERROR_NOT_SUPPORTED;
+int wifi_connect(wifi_ap_h handle, wifi_finished_cb callback, void* user_data) {
+  if (const auto refusal = call_gate::Refusal("wifi_connect", ap_handles::NameOf(handle))) {
+    return *refusal;
+  }
+  const AccessPoint* const ap = ap_handles::Find(handle);
+  if (ap == nullptr || callback == nullptr) {
+    return WIFI_ERROR_INVALID_PARAMETER;
+  }
+  return WifiConnector::Instance().ConnectToNetwork(ap->radio, AnswerTo(callback, user_data));
 }
 
-int wifi_manager_connect(wifi_manager_h /*manager*/, wifi_manager_ap_h /*ap*/,
-                         wifi_manager_finished_cb /*callback*/, void* /*user_data*/) {
-  return WIFI_MANAGER_ERROR_NOT_SUPPORTED;
+int wifi_disconnect(wifi_ap_h handle, wifi_finished_cb callback, void* user_data) {
+  if (const auto refusal = call_gate::Refusal("wifi_disconnect", ap_handles::NameOf(handle))) {
+    return *refusal;
+  }
+  const AccessPoint* const ap = ap_handles::Find(handle);
+  if (ap == nullptr || callback == nullptr) {
+    return WIFI_ERROR_INVALID_PARAMETER;
+  }
+  return WifiConnector::Instance().Disconnect(ap->radio, AnswerTo(callback, user_data));
+}
+
+int wifi_manager_connect(wifi_manager_h manager, wifi_manager_ap_h handle,
+                         wifi_manager_finished_cb callback, void* user_data) {
+  if (const auto refusal = call_gate::Refusal("wifi_manager_connect", ap_handles::NameOf(handle))) {
+    return *refusal;
+  }
+  const AccessPoint* const ap = ap_handles::Find(handle);
+  if (!wifi_managers::IsAlive(manager) || ap == nullptr || callback == nullptr) {
+    return WIFI_MANAGER_ERROR_INVALID_PARAMETER;
+  }
+  return wifi_managers::Translated(WifiConnector::Instance().ConnectToNetwork(
+      ap->radio, wifi_managers::Answer(manager, callback, user_data)));
 }

@@ -1,0 +1,293 @@
+#include "WifiAttempt.h"
+
+#include <utility>
+
+#include "AsyncAnswer.h"
+#include "PlatformLog.h"
+#include "Supplicant.h"
+
+using wifi_profile::Profile;
+
+namespace {
+
+/// Between the end of a connection and the reason for it.
+constexpr guint kGraceMs = 500;
+
+/// The profile that saves a network: of several the one that was used last.
+NMRemoteConnection* FindProfile(NMClient* client, NMDevice* device,
+                                const wifi_profile::Network& network) {
+  NMRemoteConnection* found = nullptr;
+  guint64 used = 0;
+  const GPtrArray* const profiles = nm_client_get_connections(client);
+  for (guint i = 0; i < profiles->len; ++i) {
+    auto* const profile = NM_REMOTE_CONNECTION(g_ptr_array_index(profiles, i));
+    NMConnection* const content = NM_CONNECTION(profile);
+    const bool is_of_a_moment =
+        (nm_remote_connection_get_flags(profile) & NM_SETTINGS_CONNECTION_FLAG_VOLATILE) != 0;
+    if (is_of_a_moment || !wifi_profile::IsOf(content, network.name, network.security) ||
+        nm_device_connection_compatible(device, content, nullptr) == FALSE) {
+      continue;
+    }
+    const guint64 time =
+        nm_setting_connection_get_timestamp(nm_connection_get_setting_connection(content));
+    if (found == nullptr || time > used) {
+      found = profile;
+      used = time;
+    }
+  }
+  return found;
+}
+
+}  // namespace
+
+std::shared_ptr<WifiAttempt> WifiAttempt::Begin(NMClient* client, NMDeviceWifi* device, Goal goal,
+                                                Ended ended) {
+  std::shared_ptr<WifiAttempt> attempt(
+      new WifiAttempt(client, device, std::move(goal), std::move(ended)));
+  attempt->ListenToTheSupplicant();
+  attempt->Open();
+  return attempt;
+}
+
+WifiAttempt::WifiAttempt(NMClient* client, NMDeviceWifi* device, Goal goal, Ended ended)
+    : m_client(NM_CLIENT(g_object_ref(client))),
+      m_device(NM_DEVICE(g_object_ref(device))),
+      m_goal(std::move(goal)),
+      m_ended(std::move(ended)),
+      m_watch(m_goal.network.security) {
+  g_signal_connect(m_device, "state-changed", G_CALLBACK(OnDeviceState), this);
+}
+
+WifiAttempt::~WifiAttempt() {
+  Supplicant::Instance().RemoveListener(this);
+  g_clear_handle_id(&m_grace, g_source_remove);
+  if (m_active != nullptr) {
+    g_signal_handlers_disconnect_by_data(m_active, this);
+    g_object_unref(m_active);
+  }
+  g_signal_handlers_disconnect_by_data(m_device, this);
+  if (m_original) {
+    profile_updates::Restore(m_profile, *m_original);
+  }
+  g_clear_object(&m_profile);
+  g_object_unref(m_device);
+  g_object_unref(m_client);
+}
+
+void WifiAttempt::ListenToTheSupplicant() {
+  Supplicant::Listener listener;
+  listener.owner = this;
+  listener.on_property = [this](const std::string& name, GVariant* value) {
+    if (name == "State" && g_variant_is_of_type(value, G_VARIANT_TYPE_STRING)) {
+      m_watch.OnState(g_variant_get_string(value, nullptr));
+    } else if (!g_variant_is_of_type(value, G_VARIANT_TYPE_INT32)) {
+      return;
+    } else if (name == "AuthStatusCode") {
+      m_watch.OnAuthStatusCode(g_variant_get_int32(value));
+    } else if (name == "AssocStatusCode") {
+      m_watch.OnAssocStatusCode(g_variant_get_int32(value));
+    } else if (name == "DisconnectReason") {
+      m_watch.OnDisconnectReason(g_variant_get_int32(value));
+    }
+    Judge();
+  };
+  listener.on_eap = [this](const std::string& status, const std::string& parameter) {
+    m_watch.OnEap(status, parameter);
+    Judge();
+  };
+  Supplicant::Instance().AddListener(std::move(listener));
+}
+
+/// Reads the secrets only where the profile is changed: otherwise NetworkManager does that for itself.
+void WifiAttempt::Open() {
+  NMRemoteConnection* const profile = FindProfile(m_client, m_device, m_goal.network);
+  if (profile == nullptr) {
+    MakeProfile();
+    return;
+  }
+  g_set_object(&m_profile, profile);
+  const std::string unreadable = wifi_profile::UnreadableFileOf(NM_CONNECTION(profile));
+  if (!unreadable.empty()) {
+    PLATFORM_LOG(DLOG_WARN, "cannot be read: %s", unreadable.c_str());
+    EndLater(WIFI_ERROR_OPERATION_FAILED);
+    return;
+  }
+  if (m_goal.network.bssid.empty() && !m_goal.has_passphrase) {
+    Activate();
+    return;
+  }
+  profile_updates::ReadSecrets(profile, [weak = weak_from_this()](Profile full) {
+    if (const auto attempt = weak.lock()) {
+      attempt->OnSecrets(std::move(full));
+    }
+  });
+}
+
+void WifiAttempt::OnSecrets(Profile full) {
+  if (full == nullptr) {
+    End(WIFI_ERROR_OPERATION_FAILED);
+    return;
+  }
+  if (m_goal.has_passphrase && m_goal.network.security != WIFI_SECURITY_TYPE_NONE &&
+      wifi_profile::PassphraseOf(full.get()) != m_goal.network.passphrase) {
+    AddAndActivate(
+        wifi_profile::CopyWithPassphrase(full.get(), m_goal.network.bssid, m_goal.network.passphrase));
+    return;
+  }
+  if (m_goal.network.bssid.empty()) {
+    Activate();
+    return;
+  }
+  const auto pinned = [weak = weak_from_this()](bool is_pinned) {
+    const auto attempt = weak.lock();
+    if (attempt != nullptr && is_pinned) {
+      attempt->Activate();
+    } else if (attempt != nullptr) {
+      attempt->End(WIFI_ERROR_OPERATION_FAILED);
+    }
+  };
+  m_original = profile_updates::OriginalOf(m_profile, full.get());
+  profile_updates::Pin(m_profile, *m_original, m_goal.network.bssid, pinned);
+}
+
+void WifiAttempt::MakeProfile() {
+  const bool is_open = m_goal.network.security == WIFI_SECURITY_TYPE_NONE;
+  if (!is_open && !m_goal.has_passphrase) {
+    EndLater(WIFI_ERROR_INVALID_KEY);
+    return;
+  }
+  AddAndActivate(wifi_profile::Make(m_goal.network));
+}
+
+void WifiAttempt::Activate() {
+  m_is_begun = true;
+  const auto answer = [weak = weak_from_this()](GObject* source, GAsyncResult* result) {
+    g_autoptr(GError) error = nullptr;
+    g_autoptr(NMActiveConnection) active =
+        nm_client_activate_connection_finish(NM_CLIENT(source), result, &error);
+    if (const auto attempt = weak.lock()) {
+      attempt->Watch(active, error);
+    }
+  };
+  nm_client_activate_connection_async(m_client, NM_CONNECTION(m_profile), m_device, nullptr, nullptr,
+                                      async_answer::Deliver, async_answer::Keep(answer));
+}
+
+/// Its profile vanishes with the connection, also when this process does.
+void WifiAttempt::AddAndActivate(Profile profile) {
+  if (profile == nullptr) {
+    EndLater(WIFI_ERROR_INVALID_KEY);
+    return;
+  }
+  m_is_begun = true;
+  m_new = std::move(profile);
+  const auto answer = [weak = weak_from_this()](GObject* source, GAsyncResult* result) {
+    g_autoptr(GError) error = nullptr;
+    g_autoptr(NMActiveConnection) active =
+        nm_client_add_and_activate_connection2_finish(NM_CLIENT(source), result, nullptr, &error);
+    if (const auto attempt = weak.lock()) {
+      attempt->Watch(active, error);
+    }
+  };
+  GVariantDict options;
+  g_variant_dict_init(&options, nullptr);
+  g_variant_dict_insert(&options, "persist", "s", "volatile");
+  nm_client_add_and_activate_connection2(m_client, m_new.get(), m_device, nullptr,
+                                         g_variant_dict_end(&options), nullptr, async_answer::Deliver,
+                                         async_answer::Keep(answer));
+}
+
+void WifiAttempt::Watch(NMActiveConnection* active, GError* error) {
+  if (active == nullptr) {
+    PLATFORM_LOG(DLOG_WARN, "no connection was begun: %s", error->message);
+    End(WIFI_ERROR_OPERATION_FAILED);
+    return;
+  }
+  m_active = NM_ACTIVE_CONNECTION(g_object_ref(active));
+  g_signal_connect(m_active, "state-changed", G_CALLBACK(OnActiveState), this);
+  m_watch.OnActiveState(nm_active_connection_get_state(m_active));
+  Judge();
+}
+
+void WifiAttempt::OnDeviceState(NMDevice* /*device*/, guint state, guint /*old_state*/, guint reason,
+                                gpointer self) {
+  auto* attempt = static_cast<WifiAttempt*>(self);
+  if (attempt->m_is_begun) {
+    attempt->m_watch.OnDeviceState(static_cast<NMDeviceState>(state),
+                                   static_cast<NMDeviceStateReason>(reason));
+    attempt->Judge();
+  }
+}
+
+void WifiAttempt::OnActiveState(NMActiveConnection* /*active*/, guint state, guint /*reason*/,
+                                gpointer self) {
+  auto* attempt = static_cast<WifiAttempt*>(self);
+  attempt->m_watch.OnActiveState(static_cast<NMActiveConnectionState>(state));
+  attempt->Judge();
+}
+
+void WifiAttempt::Judge() {
+  const auto verdict = m_watch.Verdict();
+  if (m_is_saving) {
+    return;
+  }
+  if (!verdict) {
+    if (m_watch.IsWaitingForReason() && m_grace == 0) {
+      m_grace = g_timeout_add(kGraceMs, OnReasonDoesNotCome, this);
+    }
+  } else if (*verdict == WIFI_ERROR_NONE && m_new != nullptr && m_goal.has_passphrase) {
+    Save();
+  } else {
+    End(*verdict);
+  }
+}
+
+gboolean WifiAttempt::OnReasonDoesNotCome(gpointer self) {
+  auto* attempt = static_cast<WifiAttempt*>(self);
+  attempt->m_grace = 0;
+  attempt->m_watch.OnReasonDoesNotCome();
+  attempt->Judge();
+  return G_SOURCE_REMOVE;
+}
+
+/// The profile that was on trial takes the place of one whose passphrase opens the network no more.
+void WifiAttempt::Save() {
+  m_is_saving = true;
+  const Profile profile = wifi_profile::Free(m_new.get());
+  const auto saved = [weak = weak_from_this()](bool is_saved) {
+    const auto attempt = weak.lock();
+    if (attempt == nullptr) {
+      return;
+    }
+    if (is_saved && attempt->m_profile != nullptr) {
+      nm_remote_connection_delete_async(attempt->m_profile, nullptr, nullptr, nullptr);
+    }
+    attempt->End(WIFI_ERROR_NONE);  // connected it is, also when the disk is full
+  };
+  NMRemoteConnection* const made = nm_active_connection_get_connection(m_active);
+  if (made == nullptr) {
+    End(WIFI_ERROR_NONE);
+    return;
+  }
+  profile_updates::Save(made, profile.get(), saved);
+}
+
+void WifiAttempt::End(wifi_error_e result) {
+  const auto self = shared_from_this();  // whom it tells may let it go
+  if (const Ended ended = std::exchange(m_ended, nullptr)) {
+    ended(result);
+  }
+}
+
+/// For what is known before the first answer has come.
+void WifiAttempt::EndLater(wifi_error_e result) {
+  GTask* const task =
+      g_task_new(nullptr, nullptr, async_answer::Deliver,
+                 async_answer::Keep([weak = weak_from_this(), result](GObject*, GAsyncResult*) {
+                   if (const auto attempt = weak.lock()) {
+                     attempt->End(result);
+                   }
+                 }));
+  g_task_return_boolean(task, TRUE);
+  g_object_unref(task);
+}
