@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include <arpa/inet.h>
 #include <linux/if_arp.h>
 #include <linux/rtnetlink.h>
 #include <netlink/attr.h>
@@ -28,6 +29,27 @@ int LinkOf(nlattr* const* attributes) {
   return static_cast<const rtnexthop*>(nla_data(ways))->rtnh_ifindex;
 }
 
+std::string TextOf(int family, const void* address) {
+  char text[INET6_ADDRSTRLEN] = "";
+  inet_ntop(family, address, text, sizeof text);
+  return text;
+}
+
+/// A route of the older protocol may lead to a router of the newer one.
+std::string GatewayOf(nlattr* const* attributes) {
+  const nlattr* gateway = attributes[RTA_GATEWAY];
+  if (gateway != nullptr &&
+      (nla_len(gateway) == sizeof(in_addr) || nla_len(gateway) == sizeof(in6_addr))) {
+    return TextOf(nla_len(gateway) == sizeof(in_addr) ? AF_INET : AF_INET6, nla_data(gateway));
+  }
+  const nlattr* via = attributes[RTA_VIA];
+  constexpr int kFamilyBytes = sizeof(rtvia::rtvia_family);
+  if (via != nullptr && nla_len(via) == kFamilyBytes + static_cast<int>(sizeof(in6_addr))) {
+    return TextOf(AF_INET6, static_cast<const rtvia*>(nla_data(via))->rtvia_addr);
+  }
+  return "";
+}
+
 }  // namespace
 
 std::optional<DefaultRoute> ParseDefaultRoute(const nlmsghdr* message) {
@@ -44,7 +66,8 @@ std::optional<DefaultRoute> ParseDefaultRoute(const nlmsghdr* message) {
       (route->rtm_flags & RTM_F_CLONED) != 0) {
     return std::nullopt;
   }
-  return DefaultRoute{LinkOf(attributes), NumberOf(attributes[RTA_PRIORITY]).value_or(0)};
+  return DefaultRoute{LinkOf(attributes), NumberOf(attributes[RTA_PRIORITY]).value_or(0),
+                      route->rtm_family, GatewayOf(attributes)};
 }
 
 connection_profile_type_e ProfileTypeOf(const Link& link) {

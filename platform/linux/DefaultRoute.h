@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include <linux/netlink.h>
 
@@ -12,6 +13,8 @@
 struct DefaultRoute {
   int link_index = 0;
   std::uint32_t metric = 0;
+  int family = 0;       ///< AF_INET or AF_INET6
+  std::string gateway;  ///< the router's address as text; empty when the route names none
 };
 
 /// Reads an RTM_NEWROUTE or RTM_DELROUTE message.

@@ -10,6 +10,7 @@
 
 #include <linux/if_arp.h>
 #include <linux/if_link.h>
+#include <linux/neighbour.h>
 #include <linux/rtnetlink.h>
 #include <netlink/attr.h>
 #include <netlink/msg.h>
@@ -174,6 +175,31 @@ std::optional<std::string> HardwareAddressOf(connection_type_e type) {
     }
   });
   return is_complete ? found : std::nullopt;
+}
+
+bool HasNeighbourFailed(int link_index, const std::string& address) {
+  const auto socket = OpenForQuestions();
+  bool has_failed = false;
+  const auto on_neighbour = [&](const nlmsghdr* message) {
+    auto* header = const_cast<nlmsghdr*>(message);  // the parser reads it only
+    if (!nlmsg_valid_hdr(header, sizeof(ndmsg))) {
+      return;
+    }
+    const auto* neighbour = static_cast<const ndmsg*>(nlmsg_data(header));
+    const nlattr* destination = nlmsg_find_attr(header, sizeof(ndmsg), NDA_DST);
+    const int bytes = neighbour->ndm_family == AF_INET ? sizeof(in_addr) : sizeof(in6_addr);
+    char text[INET6_ADDRSTRLEN] = "";
+    if (destination != nullptr && nla_len(destination) == bytes &&
+        neighbour->ndm_ifindex == link_index &&
+        inet_ntop(neighbour->ndm_family, nla_data(destination), text, sizeof text) != nullptr &&
+        address == text) {
+      has_failed = (neighbour->ndm_state & NUD_FAILED) != 0;
+    }
+  };
+  return socket != nullptr &&
+         socket->Dump(
+             RTM_GETNEIGH, [&] { has_failed = false; }, on_neighbour) &&
+         has_failed;
 }
 
 }  // namespace kernel_tables

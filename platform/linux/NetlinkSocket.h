@@ -32,7 +32,7 @@ class NetlinkSocket {
   NetlinkSocket& operator=(const NetlinkSocket&) = delete;
 
   /// Asks for a whole table and waits for it: the kernel answers at once.
-  /// @param request    RTM_GETLINK or RTM_GETROUTE
+  /// @param request    RTM_GETLINK, RTM_GETROUTE, or another table of the same kind
   /// @param on_start   called before the first message, and again when the table changed under the dump
   /// and
   ///                   it starts over

@@ -80,6 +80,7 @@ int connection_destroy(connection_h connection) {
     return CONNECTION_ERROR_INVALID_PARAMETER;
   }
   RemoveListener(connection);
+  ForgetMonitorUser(connection);
   All().handles.erase(connection);
   if (All().handles.empty()) {
     All().monitor.reset();
@@ -118,25 +119,7 @@ int connection_get_ethernet_cable_state(connection_h connection,
   return CONNECTION_ERROR_NONE;
 }
 
-/// Nothing in this backend probes the way to the internet yet.
-int connection_set_network_monitor_cb(connection_h connection, connection_network_monitor_cb callback,
-                                      void* /*user_data*/) {
-  if (const auto refusal = call_gate::Refusal("connection_set_network_monitor_cb")) {
-    return *refusal;
-  }
-  if (!IsConnection(connection) || callback == nullptr) {
-    return CONNECTION_ERROR_INVALID_PARAMETER;
-  }
-  return CONNECTION_ERROR_NOT_SUPPORTED;
-}
-
-int connection_unset_network_monitor_cb(connection_h connection) {
-  if (const auto refusal = call_gate::Refusal("connection_unset_network_monitor_cb")) {
-    return *refusal;
-  }
-  return IsConnection(connection) ? CONNECTION_ERROR_NONE : CONNECTION_ERROR_INVALID_PARAMETER;
-}
-
 void StopConnections() {
+  StopNetworkMonitor();
   All().monitor.reset();
 }

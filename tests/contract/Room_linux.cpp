@@ -1,9 +1,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 
 #include <sys/socket.h>
 
+#include "InternetRoom.h"
 #include "ModemRoom.h"
 #include "Network.h"
 #include "Room.h"
@@ -27,6 +29,7 @@ class LinuxRoom : public Room {
     network::EnterNamespace();
     network::AddCable("wall", "far");
     network::SetUp("far", false);
+    m_internet.emplace();
     m_modems.StartBus();
   }
   void PlugCable() override { network::SetUp("far", true); }
@@ -40,9 +43,9 @@ class LinuxRoom : public Room {
   }
   void SetRouter(bool is_there) override {
     if (is_there) {
-      network::AddDefaultRoute("wall", AF_INET, 100);
+      network::AddDefaultRoute("wall", AF_INET, 100, InternetRoom::kRouter);
     } else {
-      network::RemoveDefaultRoute("wall", AF_INET, 100);
+      network::RemoveDefaultRoute("wall", AF_INET, 100, InternetRoom::kRouter);
     }
   }
   void StartTelephony() override { m_modems.StartService(); }
@@ -57,6 +60,7 @@ class LinuxRoom : public Room {
   [[nodiscard]] std::chrono::milliseconds Settling() const override { return 300ms; }
 
  private:
+  std::optional<InternetRoom> m_internet;  // behind the socket in the wall
   ModemRoom m_modems;
 };
 

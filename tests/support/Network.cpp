@@ -85,7 +85,8 @@ void Change(const std::string& name, const LinkObject& wanted) {
   RequireNl(rtnl_link_change(Kernel(), present.get(), wanted.get(), 0), name);
 }
 
-RouteObject DefaultRouteOf(const std::string& name, int family, unsigned metric) {
+RouteObject DefaultRouteOf(const std::string& name, int family, unsigned metric,
+                           const std::string& gateway = "") {
   RouteObject route(rtnl_route_alloc());
   nl_addr* any = nullptr;
   RequireNl(nl_addr_parse("default", family, &any), "default");
@@ -93,9 +94,16 @@ RouteObject DefaultRouteOf(const std::string& name, int family, unsigned metric)
   rtnl_route_set_family(route.get(), static_cast<std::uint8_t>(family));
   rtnl_route_set_dst(route.get(), destination.get());
   rtnl_route_set_priority(route.get(), metric);
-  rtnl_route_set_scope(route.get(), family == AF_INET ? RT_SCOPE_LINK : RT_SCOPE_UNIVERSE);
+  rtnl_route_set_scope(route.get(),
+                       family == AF_INET && gateway.empty() ? RT_SCOPE_LINK : RT_SCOPE_UNIVERSE);
   rtnl_nexthop* way = rtnl_route_nh_alloc();
   rtnl_route_nh_set_ifindex(way, static_cast<int>(IndexOf(name)));
+  if (!gateway.empty()) {
+    nl_addr* parsed = nullptr;
+    RequireNl(nl_addr_parse(gateway.c_str(), family, &parsed), gateway);
+    const Address router(parsed);
+    rtnl_route_nh_set_gateway(way, router.get());
+  }
   rtnl_route_add_nexthop(route.get(), way);
   return route;
 }
@@ -181,6 +189,22 @@ void SetMaster(const std::string& name, const std::string& master) {
             name);
 }
 
+void MoveTo(const std::string& name, int pid) {
+  const LinkObject wanted(rtnl_link_alloc());
+  rtnl_link_set_ns_pid(wanted.get(), pid);
+  Change(name, wanted);
+}
+
+void SetArp(const std::string& name, bool is_on) {
+  const LinkObject wanted(rtnl_link_alloc());
+  if (is_on) {
+    rtnl_link_unset_flags(wanted.get(), IFF_NOARP);
+  } else {
+    rtnl_link_set_flags(wanted.get(), IFF_NOARP);
+  }
+  Change(name, wanted);
+}
+
 bool HasCarrier(const std::string& name) {
   return (rtnl_link_get_flags(Find(name).get()) & IFF_LOWER_UP) != 0;
 }
@@ -204,12 +228,14 @@ void AddAddress(const std::string& name, const std::string& address) {
   RequireNl(rtnl_addr_add(Kernel(), wanted.get(), NLM_F_EXCL), address);
 }
 
-void AddDefaultRoute(const std::string& name, int family, unsigned metric) {
-  RequireNl(rtnl_route_add(Kernel(), DefaultRouteOf(name, family, metric).get(), NLM_F_EXCL), name);
+void AddDefaultRoute(const std::string& name, int family, unsigned metric, const std::string& gateway) {
+  RequireNl(rtnl_route_add(Kernel(), DefaultRouteOf(name, family, metric, gateway).get(), NLM_F_EXCL),
+            name);
 }
 
-void RemoveDefaultRoute(const std::string& name, int family, unsigned metric) {
-  RequireNl(rtnl_route_delete(Kernel(), DefaultRouteOf(name, family, metric).get(), 0), name);
+void RemoveDefaultRoute(const std::string& name, int family, unsigned metric,
+                        const std::string& gateway) {
+  RequireNl(rtnl_route_delete(Kernel(), DefaultRouteOf(name, family, metric, gateway).get(), 0), name);
 }
 
 void ReplaceDefaultRoute(const std::string& name, int family, unsigned metric) {

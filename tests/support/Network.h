@@ -29,6 +29,11 @@ void SetUp(const std::string& name, bool is_up);
 void Rename(const std::string& name, const std::string& new_name);
 /// @param master  empty for none
 void SetMaster(const std::string& name, const std::string& master);
+/// Hands an interface over to the namespace of another process.
+void MoveTo(const std::string& name, int pid);
+/// Whether an interface asks and answers who has which address there; as of a machine that has died, but
+/// for the carrier.
+void SetArp(const std::string& name, bool is_on);
 [[nodiscard]] bool HasCarrier(const std::string& name);
 
 /// @return "AA:BB:CC:DD:EE:FF"
@@ -38,9 +43,12 @@ void SetMaster(const std::string& name, const std::string& master);
 void AddAddress(const std::string& name, const std::string& address);
 
 /// Default routes out of an interface.
-/// @param family  AF_INET or AF_INET6
-void AddDefaultRoute(const std::string& name, int family, unsigned metric);
-void RemoveDefaultRoute(const std::string& name, int family, unsigned metric);
+/// @param family   AF_INET or AF_INET6
+/// @param gateway  the router's address; empty for a route that names none
+void AddDefaultRoute(const std::string& name, int family, unsigned metric,
+                     const std::string& gateway = "");
+void RemoveDefaultRoute(const std::string& name, int family, unsigned metric,
+                        const std::string& gateway = "");
 /// Replaces the default route of that family and metric, whatever it led to.
 void ReplaceDefaultRoute(const std::string& name, int family, unsigned metric);
 

@@ -1,0 +1,224 @@
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+
+#include "InternetRoom.h"
+#include "MainLoop.h"
+#include "Network.h"
+#include "net_connection.h"
+
+using namespace std::chrono_literals;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct Report {
+  bool works;
+  std::string step;
+  bool operator==(const Report&) const = default;
+};
+const Report kOnline{true, "HTTP"};
+
+/// The way from a cable to the internet, with a real router and real servers behind it.
+class InternetMonitorTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    network::EnterNamespace();
+    network::AddCable("wall", "far");
+    m_room.emplace();
+    RunLoopUntil([] { return network::HasCarrier("wall"); });
+    ASSERT_EQ(connection_create(&m_connection), CONNECTION_ERROR_NONE);
+  }
+  void TearDown() override { connection_destroy(m_connection); }
+
+  static void OnReport(connection_error_e result, char* state, void* self) {
+    static_cast<InternetMonitorTest*>(self)->m_reports.push_back(
+        {result == CONNECTION_ERROR_NONE, state});
+  }
+  void Listen() {
+    ASSERT_EQ(connection_set_network_monitor_cb(m_connection, OnReport, this), CONNECTION_ERROR_NONE);
+  }
+  static void JoinRouter() {
+    network::AddAddress("wall", "192.0.2.10/24");
+    network::AddDefaultRoute("wall", AF_INET, 100, InternetRoom::kRouter);
+  }
+  /// Waits for a report and prints for how long.
+  void WaitFor(const Report& report, std::chrono::milliseconds limit = 20s) {
+    const auto begin = Clock::now();
+    RunLoopUntil([&] { return std::ranges::find(m_reports, report) != m_reports.end(); }, limit);
+    const std::chrono::duration<double> taken = Clock::now() - begin;
+    std::printf("%s %s after %.2f s\n", report.step.c_str(), report.works ? "works" : "fails",
+                taken.count());
+  }
+  void BeOnline() {
+    JoinRouter();
+    Listen();
+    WaitFor(kOnline);
+    m_reports.clear();
+  }
+  /// What is told once a fault is there, and again when it is mended.
+  void ExpectFailure(const std::string& step, const std::function<void()>& mend) {
+    WaitFor({false, step});
+    EXPECT_EQ(m_reports.size(), 1U);
+    m_reports.clear();
+    mend();
+    WaitFor(kOnline);
+    EXPECT_TRUE(m_reports.front().works);
+    EXPECT_EQ(m_reports.front().step, step);
+  }
+
+  std::optional<InternetRoom> m_room;
+  connection_h m_connection = nullptr;
+  std::vector<Report> m_reports;
+};
+using InternetMonitor = InternetMonitorTest;
+
+}  // namespace
+
+TEST_F(InternetMonitor, TellsThatAllWorks) {
+  BeOnline();
+  EXPECT_EQ(m_room->LastRequest(),
+            "GET /is-it-there?a=%2F HTTP/1.0|Host: probe.test|User-Agent: pelorus|Accept: */*|"
+            "Cache-Control: no-cache|Connection: close||");
+}
+
+TEST_F(InternetMonitor, TellsAPulledCableAtOnce) {
+  BeOnline();
+  network::SetUp("far", false);
+  WaitFor({false, "PHY"}, 1s);
+  network::SetUp("far", true);
+  WaitFor(kOnline);
+}
+
+TEST_F(InternetMonitor, TellsALinkWithoutARouteAsAMissingRouter) {
+  Listen();
+  WaitFor({false, "GATEWAY"}, 3s);
+  RunLoopFor(1500ms);
+  EXPECT_EQ(m_room->DnsCount(), 0) << "nothing is probed where nothing leads out";
+  JoinRouter();
+  WaitFor(kOnline, 3s);
+  EXPECT_EQ(m_reports, (std::vector<Report>{{false, "GATEWAY"}, {true, "GATEWAY"}, kOnline}));
+}
+
+TEST_F(InternetMonitor, TellsARouterThatHasDied) {
+  BeOnline();
+  m_room->SetRouterAlive(false);
+  ExpectFailure("GATEWAY", [this] { m_room->SetRouterAlive(true); });
+}
+
+TEST_F(InternetMonitor, TellsAnUnknownName) {
+  BeOnline();
+  m_room->SetDns("nxdomain");
+  ExpectFailure("DNS", [this] { m_room->SetDns("fine"); });
+}
+
+TEST_F(InternetMonitor, TellsANameServiceInTrouble) {
+  BeOnline();
+  m_room->SetDns("servfail");
+  ExpectFailure("DNS", [this] { m_room->SetDns("fine"); });
+}
+
+TEST_F(InternetMonitor, TellsASilentNameService) {
+  BeOnline();
+  m_room->SetDns("silent");
+  ExpectFailure("DNS", [this] { m_room->SetDns("fine"); });
+}
+
+/// Each is a fault of the last step, whoever it is that speaks there.
+class InternetMonitorHttp : public InternetMonitorTest,
+                            public testing::WithParamInterface<const char*> {};
+
+TEST_P(InternetMonitorHttp, TellsThatTheServerIsNotReached) {
+  BeOnline();
+  m_room->SetHttp(GetParam());
+  ExpectFailure("HTTP", [this] { m_room->SetHttp("fine"); });
+}
+
+INSTANTIATE_TEST_SUITE_P(Answers, InternetMonitorHttp,
+                         testing::Values("302 http://192.0.2.1/welcome", "511", "other", "500", "close",
+                                         "hang"),
+                         [](const auto& info) {
+                           const std::string how = info.param;
+                           return "Of" + how.substr(0, how.find(' '));
+                         });
+
+TEST_F(InternetMonitor, TakesA204ForTheServersOwn) {
+  m_room->SetHttp("204");
+  BeOnline();
+}
+
+/// One lost packet is nothing to tell.
+TEST_F(InternetMonitor, SaysNothingOfAFaultThatASecondLookDoesNotFind) {
+  BeOnline();
+  m_room->SetHttp("500");
+  const int before = m_room->HttpCount();
+  RunLoopUntil([&] { return m_room->HttpCount() > before; });
+  m_room->SetHttp("fine");
+  RunLoopFor(3s);
+  EXPECT_EQ(m_reports, std::vector<Report>{});
+}
+
+/// A network of the newer protocol alone: its router, its name service and its servers.
+TEST_F(InternetMonitor, ReachesThroughTheNewerProtocolAlone) {
+  std::ofstream("/etc/resolv.conf") << "nameserver " << InternetRoom::kRouter6 << "\n";
+  network::AddAddress("wall", "2001:db8::10/64");
+  network::AddDefaultRoute("wall", AF_INET6, 100, InternetRoom::kRouter6);
+  Listen();
+  WaitFor(kOnline);
+  m_reports.clear();
+  m_room->SetRouterAlive(false);
+  ExpectFailure("GATEWAY", [this] { m_room->SetRouterAlive(true); });
+}
+
+TEST_F(InternetMonitor, ProbesWithinItsIntervalAndNotForNobody) {
+  BeOnline();
+  const int before = m_room->HttpCount();
+  RunLoopFor(3500ms);
+  const int meanwhile = m_room->HttpCount() - before;
+  EXPECT_GE(meanwhile, 2);
+  EXPECT_LE(meanwhile, 4);
+  ASSERT_EQ(connection_unset_network_monitor_cb(m_connection), CONNECTION_ERROR_NONE);
+  const int at_end = m_room->HttpCount();
+  RunLoopFor(2500ms);
+  EXPECT_EQ(m_room->HttpCount(), at_end);
+}
+
+TEST_F(InternetMonitor, ProbesAnewAfterAChangeOfTheRoute) {
+  InternetRoom::Configure(InternetRoom::Configuration(600));
+  BeOnline();
+  const int before = m_room->HttpCount();
+  network::AddAddress("wall", "192.0.2.77/24");
+  network::ReplaceDefaultRoute("wall", AF_INET, 100);
+  RunLoopUntil([&] { return m_room->HttpCount() > before; }, 3s);
+}
+
+TEST_F(InternetMonitor, FollowsAnInterfaceThroughANewName) {
+  BeOnline();
+  network::Rename("wall", "socket");
+  const int before = m_room->HttpCount();
+  RunLoopUntil([&] { return m_room->HttpCount() > before + 1; }, 5s);
+  EXPECT_EQ(m_reports, std::vector<Report>{});
+}
+
+TEST_F(InternetMonitor, FollowsTheTrafficToAnotherInterface) {
+  BeOnline();
+  network::Remove("wall");
+  WaitFor({false, "PHY"}, 2s);
+  network::AddCable("usb", "usb-far");
+  network::AddAddress("usb", "192.0.2.11/24");
+  network::AddDefaultRoute("usb", AF_INET, 100, InternetRoom::kRouter);
+  WaitFor(kOnline, 5s);
+}
+
+TEST_F(InternetMonitor, IsNotSupportedWhereItIsSwitchedOff) {
+  InternetRoom::Configure("[InternetProbe]\nEnabled=false\n");
+  EXPECT_EQ(connection_set_network_monitor_cb(m_connection, OnReport, this),
+            CONNECTION_ERROR_NOT_SUPPORTED);
+}
