@@ -1,5 +1,6 @@
 """NetworkManager's devices, and what activates on them."""
 
+import air
 from gi.repository import GLib
 from nm_interfaces import ACTIVE, DEVICE, DHCP4_CONFIG, IP4_CONFIG, NAME, PATH
 from profiles import VOLATILE_FLAG
@@ -58,7 +59,8 @@ class Device(BusObject):
         self.activation = None
         self.timer = 0
         self.configurations = []
-        self.is_autoconnect_blocked = False
+        self.is_held = False  # from connecting by itself, by somebody's wish
+        self.was_sent_away = False  # and so stays away until it is to connect again
         super().__init__(manager.service, f"{PATH}/Devices/{number}", [DEVICE, *interfaces], values)
 
     # Its states.
@@ -93,9 +95,11 @@ class Device(BusObject):
         elif self.state() == FAILED:
             self.set_state(DISCONNECTED)
         self.activation = activation
+        self.was_sent_away = False
+        self._tell_of_autoconnect()
         self.set(ActiveConnection=activation.path)
         self.set_state(PREPARE)
-        self.after(1, self.begin)
+        self.after(3, self.begin)
 
     def configure(self, lease_milliseconds):
         self.set_state(IP_CONFIG)
@@ -143,6 +147,24 @@ class Device(BusObject):
         if activation.profile.get("Flags") & VOLATILE_FLAG:
             self.manager.settings.delete(activation.profile)
 
+    # Whether it connects by itself.
+
+    def was_set(self, name, value):
+        if name == "Autoconnect":
+            self.is_held = not value
+            self.was_sent_away = self.was_sent_away and not value
+            self._tell_of_autoconnect()
+            self.manager.look_for_autoconnect(air.AUTOCONNECT_OF_NEWS)
+
+    def allow_autoconnect(self):
+        self.is_held = self.was_sent_away = False
+        self._tell_of_autoconnect()
+
+    def _tell_of_autoconnect(self):
+        is_allowed = not self.is_held and not self.was_sent_away
+        if is_allowed != self.get("Autoconnect"):
+            self.set(Autoconnect=is_allowed)
+
     # Its addresses.
 
     def _add_configurations(self):
@@ -181,7 +203,8 @@ class Device(BusObject):
     def Disconnect(self):
         if self.activation is None:
             raise Refusal(NAME + ".Device.NotActive", "This device is not active")
-        self.is_autoconnect_blocked = True
+        self.was_sent_away = True
+        self._tell_of_autoconnect()
         self.end(USER_REQUESTED, USER_DISCONNECTED)
 
     def Delete(self):

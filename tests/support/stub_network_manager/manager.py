@@ -53,8 +53,10 @@ class Manager(BusObject):
         for known in self.devices:
             if known.activation is not None:
                 known.end(device.NO_REASON, device.DEVICE_DISCONNECTED)
-            known.is_autoconnect_blocked = False
+            known.allow_autoconnect()
         self.settings.forget_unsaved()
+        for profile in self.settings.profiles.values():
+            profile.allow_autoconnect()
 
     # What it is told.
 
@@ -104,7 +106,7 @@ class Manager(BusObject):
     def _autoconnect(self):
         self.autoconnect_timer = 0
         for known in self.devices:
-            if known.state() != device.DISCONNECTED or known.is_autoconnect_blocked or not known.get("Autoconnect"):
+            if known.state() != device.DISCONNECTED or not known.get("Autoconnect"):
                 continue
             candidates = [profile for profile in self.settings.profiles.values()
                           if profile.wants_autoconnect() and known.is_in_reach(profile)]
@@ -137,7 +139,6 @@ class Manager(BusObject):
         if profile is None:
             raise Refusal(NAME + ".UnknownConnection", "Connection could not be found.")
         which = self._device_at(device_path, profile)
-        which.is_autoconnect_blocked = False
         profile.is_blocked = False
         return (self.activate(profile, which, specific).path,)
 
@@ -161,7 +162,6 @@ class Manager(BusObject):
                 wireless.setdefault("ssid", GLib.Variant("ay", ssid))
         flags = {"disk": 0, "memory": UNSAVED_FLAG, "volatile": UNSAVED_FLAG | VOLATILE_FLAG}[persist]
         profile = self.settings.create(groups, flags)
-        which.is_autoconnect_blocked = False
         return profile.path, self.activate(profile, which, specific).path
 
     def DeactivateConnection(self, path):

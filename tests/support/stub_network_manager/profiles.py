@@ -75,8 +75,9 @@ class Profile(BusObject):
     def wants_autoconnect(self):
         return self.value("connection", "autoconnect", True) and not self.is_blocked
 
-    def is_volatile(self):
-        return bool(self.get("Flags") & VOLATILE_FLAG)
+    def allow_autoconnect(self):
+        self.is_blocked = False
+        self.failures = 0
 
     def note_connection(self, bssid):
         self.failures = 0
@@ -96,8 +97,7 @@ class Profile(BusObject):
         for key in ("id", "uuid", "type"):
             groups.setdefault("connection", {}).setdefault(key, self.groups["connection"][key])
         self.groups = groups
-        self.is_blocked = False
-        self.failures = 0
+        self.allow_autoconnect()
         if flags & TO_DISK:
             self.set(Unsaved=False, Flags=0, Filename=self.settings.file_of(self.name()))
         elif flags & (IN_MEMORY | VOLATILE):
