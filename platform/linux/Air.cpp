@@ -4,10 +4,13 @@
 #include <tuple>
 #include <utility>
 
+#include "NetworkService.h"
+#include "Supplicant.h"
+
 namespace {
 
 /// How long a list is good for whoever asks again at once.
-constexpr gint64 kFreshUs = G_USEC_PER_SEC;
+constexpr gint64 kFreshUs = 100'000;
 /// As long as drivers keep what they heard.
 constexpr gint64 kForgottenUs = 30 * G_USEC_PER_SEC;
 /// Drivers count the age of a frame in ticks of the kernel.
@@ -62,35 +65,74 @@ Air& Air::Instance() {
 }
 
 Air::Air()
-    : m_queue(m_driver,
+    : m_antenna(m_driver, m_supplicant),
+      m_queue(m_antenna,
               [this](const ScanRequest& request, gint64 begun_at) { OnScanned(request, begun_at); }) {}
 
 void Air::Start() {
   m_is_started = true;
+  NetworkService::Instance().AddListener(this, [this] { OnNetwork(); });
+  Supplicant::Instance().AddListener({.owner = this, .on_presence = [this] { OnSupplicant(); }});
 }
 
 void Air::Stop() {
   m_is_started = false;
+  NetworkService::Instance().RemoveListener(this);
+  Supplicant::Instance().RemoveListener(this);
   m_queue.Clear();
+  m_supplicant.Follow(false);
   m_radios.clear();
   m_seen.clear();
   m_read_at = 0;
   m_noise_frequency = 0;
 }
 
-void Air::UseInterface(const std::string& name) {
-  m_driver.UseInterface(name);
+void Air::OnNetwork() {
+  NMDeviceWifi* const device = NetworkService::Instance().WifiDevice();
+  const char* const name = device == nullptr ? nullptr : nm_device_get_iface(NM_DEVICE(device));
+  m_driver.UseInterface(name == nullptr ? "" : name);
   m_read_at = 0;
 }
 
+/// Its object comes and goes with the interface, so this is also when a driver comes or goes.
+void Air::OnSupplicant() {
+  m_supplicant.Follow(!m_driver.IsThere());
+  m_read_at = 0;
+}
+
+void Air::Antenna::Begin(const ScanRequest& request, std::function<void(End)> ended) {
+  if (!m_driver.IsThere()) {
+    return m_supplicant.Begin(request, std::move(ended));
+  }
+  m_driver.Begin(request, [this, request, ended](End end) {
+    if (end == End::kFailed && m_driver.IsRefused()) {
+      return m_supplicant.Begin(request, ended);
+    }
+    ended(end);
+  });
+}
+
+void Air::Antenna::Abort() {
+  if (m_driver.IsThere() && !m_driver.IsRefused()) {
+    m_driver.Abort();
+  } else {
+    m_supplicant.Abort();
+  }
+}
+
+void Air::Antenna::Forget() {
+  m_driver.Forget();
+  m_supplicant.Forget();
+}
+
 bool Air::IsReady() {
-  return m_is_started && m_driver.IsThere();
+  return m_is_started && (m_driver.IsThere() || Supplicant::Instance().IsReady());
 }
 
 const std::vector<HeardRadio>& Air::Radios() {
   const gint64 now = g_get_monotonic_time();
   if (m_read_at == 0 || now - m_read_at > kFreshUs) {
-    m_radios = m_driver.Radios();
+    m_radios = m_driver.IsThere() ? m_driver.Radios() : m_supplicant.Radios();
     Merge(m_radios);
     m_read_at = now;
   }
@@ -131,7 +173,12 @@ std::optional<int> Air::SignalToNoise() {
     return std::nullopt;
   }
   const int frequency = connected->radio.frequency;
-  if (const auto noise = m_driver.Noise(frequency)) {
+  const bool has_driver = m_driver.IsThere();
+  const auto noise = has_driver ? m_driver.Noise(frequency) : m_supplicant.Noise(frequency);
+  if (!has_driver) {
+    m_supplicant.PollSignal();
+  }
+  if (noise) {
     m_noise_frequency = frequency;
     m_noise = *noise;
   }

@@ -7,12 +7,14 @@
 #include "DriverAir.h"
 #include "HeardRadio.h"
 #include "ScanQueue.h"
+#include "SupplicantAir.h"
 
-/// The radios in reach, and the looks that are taken for them. The driver tells by itself what it and
-/// others have heard (nl80211); where the kernel has no such interface, or does not let this process
-/// scan, the supplicant does the same over D-Bus. The driver comes first, because a scan of the
-/// supplicant's may move it to another radio. Nothing is watched at rest: the list is read when somebody
-/// asks. Main-loop thread only; one object for the life of the process.
+/// The radios in reach, and the looks that are taken for them, by the Wi-Fi interface that the TV uses.
+/// The driver tells what it and others have heard (nl80211); where the kernel has no such interface, or
+/// does not let this process scan, the supplicant does the same over D-Bus. The driver comes first,
+/// because a scan of the supplicant's may move it to another radio, and because nothing has to be
+/// watched at rest: its list is read when somebody asks. Main-loop thread only; one object for the life
+/// of the process.
 class Air {
  public:
   static Air& Instance();
@@ -20,10 +22,6 @@ class Air {
   void Start();
   /// No answer comes after this.
   void Stop();
-
-  /// Which interface it is about; while none is named, the first Wi-Fi interface.
-  /// @param name  such as "wlan0"; empty: none is named
-  void UseInterface(const std::string& name);
 
   /// What was heard lately, one entry for each address: not what a later look at its channel missed, and
   /// not what nobody heard for half a minute.
@@ -57,7 +55,8 @@ class Air {
 
  private:
   Air();
-  void Read();
+  void OnNetwork();
+  void OnSupplicant();
   [[nodiscard]] bool IsInReach(const HeardRadio& heard) const;
   void OnScanned(const ScanRequest& request, gint64 begun_at);
 
@@ -67,8 +66,23 @@ class Air {
     gint64 begun_at;
   };
 
+  /// Scans with what there is.
+  class Antenna final : public Scanner {
+   public:
+    Antenna(DriverAir& driver, SupplicantAir& supplicant) : m_driver(driver), m_supplicant(supplicant) {}
+    void Begin(const ScanRequest& request, std::function<void(End)> ended) override;
+    void Abort() override;
+    void Forget() override;
+
+   private:
+    DriverAir& m_driver;
+    SupplicantAir& m_supplicant;
+  };
+
   bool m_is_started = false;
   DriverAir m_driver;
+  SupplicantAir m_supplicant;
+  Antenna m_antenna;
   ScanQueue m_queue;
   std::vector<HeardRadio> m_radios;
   gint64 m_read_at = 0;  // 0: to be read anew

@@ -30,28 +30,12 @@ int wifi_ap_get_security_type(wifi_ap_h /*ap*/, wifi_security_type_e* /*type*/) 
   return WIFI_ERROR_NOT_SUPPORTED;
 }
 
-int wifi_ap_get_bandwidth(wifi_ap_h /*ap*/, int* /*bandwidth*/) {
-  return WIFI_ERROR_NOT_SUPPORTED;
-}
-
 int wifi_ap_is_favorite(wifi_ap_h /*ap*/, bool* /*favorite*/) {
   return WIFI_ERROR_NOT_SUPPORTED;
 }
 
 int wifi_ap_get_ip_address(wifi_ap_h /*ap*/, connection_address_family_e /*family*/,
                            char** /*ip_address*/) {
-  return WIFI_ERROR_NOT_SUPPORTED;
-}
-
-int wifi_get_snr(int* /*snr*/) {
-  return WIFI_ERROR_NOT_SUPPORTED;
-}
-
-int wifi_foreach_found_aps(wifi_found_ap_cb /*callback*/, void* /*user_data*/) {
-  return WIFI_ERROR_NOT_SUPPORTED;
-}
-
-int wifi_foreach_found_bssids(wifi_ap_h /*ap*/, wifi_found_bssid_cb /*callback*/, void* /*user_data*/) {
   return WIFI_ERROR_NOT_SUPPORTED;
 }
 
@@ -72,14 +56,5 @@ int wifi_manager_ap_get_rssi(wifi_manager_ap_h /*ap*/, int* /*rssi*/) {
 }
 
 int wifi_manager_ap_is_passphrase_required(wifi_manager_ap_h /*ap*/, bool* /*required*/) {
-  return WIFI_MANAGER_ERROR_NOT_SUPPORTED;
-}
-
-int wifi_manager_foreach_found_ap(wifi_manager_h /*manager*/, wifi_manager_found_ap_cb /*callback*/,
-                                  void* /*user_data*/) {
-  return WIFI_MANAGER_ERROR_NOT_SUPPORTED;
-}
-
-int wifi_manager_ap_get_connection_mode(wifi_ap_h /*ap*/, wifi_manager_connection_mode_e* /*mode*/) {
   return WIFI_MANAGER_ERROR_NOT_SUPPORTED;
 }
