@@ -1,0 +1,87 @@
+# The router in the other room: a network namespace with simulated radios, hostapd on them, and dnsmasq behind.
+# The TV has wlan0. The simulated radios hear each other at a constant -30 dBm.
+
+readonly ROUTER_ADDRESS=192.168.77.1
+
+in_router() { ip netns exec router "$@"; }
+
+# router: without radios; the far end of the TV's cable is in it, on the same bridge.
+router() {
+  [[ ! -e /run/netns/router ]] || return 0
+  modprobe -a af_packet veth bridge virtio_net
+  within 10 test -e /sys/class/net/eth1
+  ip netns add router
+  in_router ip link set lo up
+  in_router ip link add br0 type bridge
+  in_router ip link set br0 type bridge forward_delay 0
+  in_router ip address add $ROUTER_ADDRESS/24 dev br0
+  in_router ip link set br0 up
+  ip link set eth1 netns router
+  in_router ip link set eth1 up master br0
+}
+
+# radios: of the router wlan1 to wlan4. The country is one with few channels, since a scan listens on each.
+radios() {
+  router
+  [[ ! -e /sys/class/net/wlan0 ]] || return 0
+  local radio
+  modprobe mac80211_hwsim radios=5
+  modprobe -a ccm gcm cmac ctr aes_generic
+  within 10 test -e /sys/class/net/wlan4
+  iw reg set DE
+  for radio in 1 2 3 4; do
+    iw phy "phy$radio" set netns name router
+  done
+}
+
+# access_point NAME INTERFACE SSID BSSID g|a CHANNEL [LINE]...: with further lines of hostapd's configuration;
+# without any of wpa= or open= it is a network with the key "secret123".
+access_point() {
+  local name=$1 configuration=$HERE/$1.conf
+  {
+    printf 'interface=%s\nssid=%s\nbssid=%s\nhw_mode=%s\nchannel=%s\n' "$2" "$3" "$4" "$5" "$6"
+    printf 'driver=nl80211\nbridge=br0\nctrl_interface=%s\ncountry_code=DE\nieee80211n=1\n' "$HERE/hostapd-$name"
+    [[ $5 != a ]] || echo ieee80211ac=1
+    (($# == 6)) || printf '%s\n' "${@:7}" | grep -v '^open='
+    if ! printf '%s\n' "${@:7}" | grep -qE '^(wpa|open)='; then
+      printf 'wpa=2\nwpa_key_mgmt=WPA-PSK\nrsn_pairwise=CCMP\nwpa_passphrase=secret123\n'
+    fi
+  } > "$configuration"
+  ip netns exec router hostapd -t -d "$configuration" >> "$LOGS/hostapd-$name.log" 2>&1 &
+  echo $! > "$HERE/hostapd-$name.pid"
+  soon 20 "$name is on the air" grep -q AP-ENABLED "$LOGS/hostapd-$name.log"
+}
+
+# switch_off NAME: an access point.
+switch_off() {
+  kill "$(cat "$HERE/hostapd-$1.pid")" && within 5 not kill -0 "$(cat "$HERE/hostapd-$1.pid")"
+  rm -f "$HERE/hostapd-$1.pid"
+}
+
+# ask_access_point NAME COMMAND...: of hostapd's control interface.
+ask_access_point() { in_router hostapd_cli -p "$HERE/hostapd-$1" "${@:2}"; }
+
+# heard_by NAME TEXT: in an access point's log.
+heard_by() { grep -qF -- "$2" "$LOGS/hostapd-$1.log"; }
+
+# has_tv NAME: the TV is a station of that access point.
+has_tv() { ask_access_point "$1" list_sta | grep -qi "$(cat /sys/class/net/wlan0/address)"; }
+
+# addresses [OPTION]...: gives addresses to whoever comes, and names if an option says so.
+addresses() {
+  ip netns exec router dnsmasq --keep-in-foreground --interface=br0 --bind-interfaces --no-ping --user=root --leasefile-ro \
+    --dhcp-range=192.168.77.50,192.168.77.150,10m --pid-file= --no-resolv --no-hosts "${@:---port=0}" \
+    >> "$LOGS/dnsmasq.log" 2>&1 &
+  echo $! > "$HERE/dnsmasq.pid"
+}
+
+# frames_pass INTERFACE: an answer of the router over it.
+frames_pass() { ping -c1 -W1 -I "$1" $ROUTER_ADDRESS; }
+
+# two_bands: one router of two radios, as at home.
+two_bands() {
+  radios
+  access_point slow wlan1 HomeNet 02:11:22:33:44:50 g 1
+  access_point fast wlan2 HomeNet 02:11:22:33:44:54 a 36
+  addresses
+}
