@@ -5,6 +5,7 @@
 #include "Connections.h"
 #include "NetworkService.h"
 #include "NetworkType.h"
+#include "SleepWatch.h"
 #include "SoundServer.h"
 #include "StickWatch.h"
 #include "Supplicant.h"
@@ -31,10 +32,12 @@ int platform_start(void) {
   Supplicant::Instance().Start();
   WifiConnector::Instance().Start();
   Air::Instance().Start();
+  SleepWatch::Instance().Start();
   return TheNetworkType() != nullptr ? 0 : -1;
 }
 
 void platform_stop(void) {
+  SleepWatch::Instance().Stop();
   WifiConnector::Instance().Stop();
   Air::Instance().Stop();
   Supplicant::Instance().Stop();
