@@ -4,6 +4,7 @@
 
 #include "AccessPointHandle.h"
 #include "HeardRadio.h"
+#include "WifiConnection.h"
 #include "call_guarded.h"
 
 /// Hands access points to the daemon one by one, as long as it asks for more.
@@ -12,7 +13,7 @@
 template <class Callback>
 void WalkAccessPoints(const std::vector<HeardRadio>& networks, Callback callback, void* user_data) {
   for (const HeardRadio& heard : networks) {
-    const ap_handles::Borrowed handle(AccessPoint{.radio = heard.radio});
+    const ap_handles::Borrowed handle(Describe(heard.radio));
     bool goes_on = false;
     CallGuarded([&] { goes_on = callback(handle.Get(), user_data); });
     if (!goes_on) {

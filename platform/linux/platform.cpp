@@ -5,12 +5,14 @@
 #include "Connections.h"
 #include "NetworkService.h"
 #include "NetworkType.h"
+#include "SavedWifi.h"
 #include "SleepWatch.h"
 #include "SoundServer.h"
 #include "StickWatch.h"
 #include "Supplicant.h"
 #include "Telephony.h"
 #include "WifiConnector.h"
+#include "WifiInterface.h"
 #include "packet_capture.h"
 
 namespace {
@@ -28,6 +30,8 @@ int platform_start(void) {
   }
   TheNetworkType() = NetworkType::Start();
   StartTelephony();
+  SavedWifi::Instance().Start();
+  wifi_interface::Start();
   NetworkService::Instance().Start();
   Supplicant::Instance().Start();
   WifiConnector::Instance().Start();
@@ -42,6 +46,8 @@ void platform_stop(void) {
   Air::Instance().Stop();
   Supplicant::Instance().Stop();
   NetworkService::Instance().Stop();
+  wifi_interface::Stop();
+  SavedWifi::Instance().Stop();
   StopTelephony();
   SoundServer::Instance().Stop();
   FinishCapture();

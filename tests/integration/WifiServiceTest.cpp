@@ -1,0 +1,138 @@
+#include <cstdlib>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "BusRoom.h"
+#include "MainLoop.h"
+#include "WifiStub.h"
+#include "platform.h"
+#include "wifi_manager.h"
+
+using namespace std::chrono_literals;
+
+namespace {
+
+using Change = std::pair<int, std::string>;
+using Changes = std::vector<Change>;
+
+constexpr int kAway = -100;
+
+int State() {
+  auto state = static_cast<wifi_connection_state_e>(kAway);
+  const int error = wifi_get_connection_state(&state);
+  EXPECT_EQ(error == WIFI_ERROR_NONE, state != kAway);
+  return state;
+}
+
+std::string TextOf(int (*read)(wifi_ap_h, char**), wifi_ap_h ap) {
+  char* text = nullptr;
+  const bool is_known = read(ap, &text) == WIFI_ERROR_NONE;
+  std::string copy = is_known ? text : "none";
+  std::free(text);
+  return copy;
+}
+
+std::string AddressOf(wifi_ap_h ap) {
+  return TextOf(
+      [](wifi_ap_h of, char** text) {
+        return wifi_ap_get_ip_address(of, CONNECTION_ADDRESS_FAMILY_IPV4, text);
+      },
+      ap);
+}
+
+class WifiService : public testing::Test {
+ protected:
+  void SetUp() override {
+    m_bus.StartBus();
+    ASSERT_EQ(wifi_initialize(), WIFI_ERROR_NONE);
+    ASSERT_EQ(wifi_set_connection_state_changed_cb(Note, &m_changes), WIFI_ERROR_NONE);
+    ASSERT_EQ(wifi_manager_initialize(&m_manager), WIFI_MANAGER_ERROR_NONE);
+  }
+  void TearDown() override {
+    platform_stop();
+    wifi_unset_connection_state_changed_cb();
+    wifi_manager_deinitialize(m_manager);
+  }
+  static void Note(wifi_connection_state_e state, wifi_ap_h ap, void* changes) {
+    static_cast<Changes*>(changes)->emplace_back(
+        state,
+        TextOf(wifi_ap_get_essid, ap) + " " + TextOf(wifi_ap_get_bssid, ap) + " " + AddressOf(ap));
+  }
+  void WaitForChanges(std::size_t count) {
+    RunLoopUntil([&] { return m_changes.size() >= count; });
+  }
+  static void WaitForService() {
+    RunLoopUntil([] { return State() != kAway; });
+  }
+  /// The saved networks with their frequencies, "none" when the walk fails.
+  std::string Saved() {
+    std::string list;
+    const auto step = [](wifi_manager_config_h config, void* data) {
+      char* name = nullptr;
+      auto security = WIFI_SECURITY_TYPE_NONE;
+      int frequency = 0;
+      EXPECT_EQ(wifi_manager_config_get_name(config, &name), WIFI_MANAGER_ERROR_NONE);
+      EXPECT_EQ(wifi_manager_config_get_security_type(config, &security), WIFI_MANAGER_ERROR_NONE);
+      wifi_manager_config_get_frequency(config, &frequency);
+      *static_cast<std::string*>(data) +=
+          std::string(name) + "/" + std::to_string(security) + "@" + std::to_string(frequency) + " ";
+      std::free(name);
+      return true;
+    };
+    const int error = wifi_manager_config_foreach_configuration(m_manager, step, &list);
+    return error == WIFI_MANAGER_ERROR_NONE ? list : "none";
+  }
+  /// A network that the machine joins by itself.
+  void Join(const WifiStub::Radio& radio) {
+    m_stub.PutOnAir(radio);
+    m_stub.Save(radio, "autoconnect");
+  }
+
+  BusRoom m_bus;
+  WifiStub m_stub;
+  wifi_manager_h m_manager = nullptr;
+  Changes m_changes;
+  const WifiStub::Radio m_den{"02:00:00:00:10:00", "Den", 2437, -40, "wpa2", "fourteen geese"};
+};
+
+}  // namespace
+
+TEST_F(WifiService, IsUnknownWhileThereIsNoNetworkManager) {
+  ASSERT_EQ(platform_start(), 0);
+  RunLoopFor(300ms);
+  wifi_ap_h ap = nullptr;
+  EXPECT_EQ(State(), kAway);
+  EXPECT_EQ(wifi_get_connected_ap(&ap), WIFI_ERROR_OPERATION_FAILED);
+  EXPECT_EQ(Saved(), "none");
+  m_stub.StartBoth();
+  WaitForService();
+  EXPECT_EQ(State(), WIFI_CONNECTION_STATE_DISCONNECTED);
+  EXPECT_EQ(wifi_get_connected_ap(&ap), WIFI_ERROR_NO_CONNECTION);
+  EXPECT_EQ(Saved(), "");
+  EXPECT_EQ(m_changes, Changes{});
+}
+
+TEST_F(WifiService, TellsWhatItFindsConnectedAtTheStart) {
+  m_stub.StartBoth();
+  Join(m_den);
+  RunLoopUntil([&] { return m_stub.ConnectedBssid() == m_den.bssid; });
+  ASSERT_EQ(platform_start(), 0);
+  EXPECT_EQ(m_changes, Changes{});
+  WaitForChanges(3);
+  const std::string den = "Den " + m_den.bssid;
+  ASSERT_EQ(m_changes.size(), 3U);
+  EXPECT_EQ(m_changes[0], Change(WIFI_CONNECTION_STATE_ASSOCIATION, den + " none"));
+  EXPECT_EQ(m_changes[1], Change(WIFI_CONNECTION_STATE_CONFIGURATION, den + " none"));
+  EXPECT_EQ(m_changes[2].first, WIFI_CONNECTION_STATE_CONNECTED);
+  EXPECT_NE(m_changes[2].second, den + " none");
+  EXPECT_EQ(Saved(), "Den/3@2437 ");
+  wifi_ap_h ap = nullptr;
+  ASSERT_EQ(wifi_get_connected_ap(&ap), WIFI_ERROR_NONE);
+  bool is_favorite = false;
+  EXPECT_EQ(wifi_ap_is_favorite(ap, &is_favorite), WIFI_ERROR_NONE);
+  EXPECT_TRUE(is_favorite);
+  EXPECT_EQ(wifi_ap_destroy(ap), WIFI_ERROR_NONE);
+}
