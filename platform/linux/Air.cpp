@@ -22,12 +22,17 @@ bool Contains(const auto& list, const auto& item) {
   return std::ranges::find(list, item) != list.end();
 }
 
-/// Whether a radio that is in reach was heard by a scan.
-bool Covers(const ScanRequest& request, const Radio& radio) {
-  const bool is_on_channel =
-      request.frequencies.empty() || Contains(request.frequencies, radio.frequency);
-  const bool is_asked = Contains(request.names, "") || Contains(request.names, radio.ssid);
-  return is_on_channel && is_asked;
+bool IsOnChannel(const ScanRequest& request, const Radio& radio) {
+  return request.frequencies.empty() || Contains(request.frequencies, radio.frequency);
+}
+
+/// Whether a radio that is in reach was heard by a scan. One that hides its name answers to nothing
+/// else, and a scan does not stay on a channel until its next beacon.
+bool Covers(const ScanRequest& request, const HeardRadio& heard) {
+  const bool is_asked = heard.is_hidden || heard.radio.ssid.empty()
+                            ? !heard.radio.ssid.empty() && Contains(request.names, heard.radio.ssid)
+                            : Contains(request.names, "") || Contains(request.names, heard.radio.ssid);
+  return is_asked && IsOnChannel(request, heard.radio);
 }
 
 /// One entry for an address: the newest; but a name that is known is kept beside what hides it.
@@ -48,8 +53,9 @@ void Merge(std::vector<HeardRadio>& radios) {
       continue;
     }
     last->is_connected = last->is_connected || radio->is_connected;
-    if (last->radio.ssid.empty()) {
-      last->radio.ssid = radio->radio.ssid;
+    if (last->radio.ssid.empty() != radio->radio.ssid.empty()) {
+      last->is_hidden = true;
+      last->radio.ssid += radio->radio.ssid;
     }
   }
   if (!radios.empty()) {
@@ -129,11 +135,16 @@ bool Air::IsReady() {
   return m_is_started && (m_driver.IsThere() || Supplicant::Instance().IsReady());
 }
 
+std::vector<HeardRadio> Air::Heard() {
+  std::vector<HeardRadio> radios = m_driver.IsThere() ? m_driver.Radios() : m_supplicant.Radios();
+  Merge(radios);
+  return radios;
+}
+
 const std::vector<HeardRadio>& Air::Radios() {
   const gint64 now = g_get_monotonic_time();
   if (m_read_at == 0 || now - m_read_at > kFreshUs) {
-    m_radios = m_driver.IsThere() ? m_driver.Radios() : m_supplicant.Radios();
-    Merge(m_radios);
+    m_radios = Heard();
     m_read_at = now;
   }
   std::erase_if(m_radios, [this](const HeardRadio& heard) { return !IsInReach(heard); });
@@ -145,7 +156,7 @@ bool Air::IsInReach(const HeardRadio& heard) const {
     return true;
   }
   const bool is_missed = std::ranges::any_of(m_seen, [&heard](const Seen& seen) {
-    return heard.heard_at + kTickUs < seen.begun_at && Covers(seen.request, heard.radio);
+    return heard.heard_at + kTickUs < seen.begun_at && Covers(seen.request, heard);
   });
   return !is_missed && g_get_monotonic_time() - heard.heard_at < kForgottenUs;
 }
@@ -165,27 +176,33 @@ const HeardRadio* Air::Connected() {
   return found == radios.end() ? nullptr : &*found;
 }
 
-/// A scan empties the driver's table of noise, and then the last value of the channel is the best that
-/// is known.
 std::optional<int> Air::SignalToNoise() {
+  NoteNoise();
   const HeardRadio* const connected = Connected();
-  if (connected == nullptr || connected->radio.signal == 0) {
-    return std::nullopt;
+  const bool is_known = connected != nullptr && connected->radio.signal != 0 &&
+                        m_noise_frequency == connected->radio.frequency;
+  return is_known ? std::optional(connected->radio.signal - m_noise) : std::nullopt;
+}
+
+/// A scan empties the driver's table of noise, which may lack a channel then; its last value is the best
+/// that is known.
+void Air::NoteNoise() {
+  const HeardRadio* const connected = Connected();
+  if (connected == nullptr) {
+    return;
   }
   const int frequency = connected->radio.frequency;
-  const bool has_driver = m_driver.IsThere();
-  const auto noise = has_driver ? m_driver.Noise(frequency) : m_supplicant.Noise(frequency);
-  if (!has_driver) {
+  std::optional<int> noise;
+  if (m_driver.IsThere()) {
+    noise = m_driver.Noise(frequency);
+  } else {
+    noise = m_supplicant.Noise(frequency);
     m_supplicant.PollSignal();
   }
   if (noise) {
     m_noise_frequency = frequency;
     m_noise = *noise;
   }
-  if (m_noise_frequency != frequency) {
-    return std::nullopt;
-  }
-  return connected->radio.signal - m_noise;
 }
 
 void Air::Scan(ScanRequest request, Answer answer) {
@@ -197,10 +214,40 @@ void Air::Look(const std::vector<int>& frequencies, const std::string& name, Ans
   if (!name.empty()) {
     request.names.insert(request.names.begin(), name);
   }
-  m_queue.Look(std::move(request), std::move(answer));
+  const gint64 asked_at = g_get_monotonic_time();
+  m_queue.Look(request, [this, request, asked_at, answer = std::move(answer)](bool is_done) {
+    const bool is_short = !request.frequencies.empty();
+    if (!is_done || !is_short || !HasMissed(request, asked_at)) {
+      return answer(is_done);
+    }
+    m_queue.Look(request, [this, asked_at, answer](bool is_done_again) {
+      if (is_done_again) {
+        m_seen.back().begun_at = asked_at;  // both are one look
+        m_read_at = 0;
+      }
+      answer(is_done_again);
+    });
+  });
+}
+
+/// Whether nobody was heard, or not everybody who was heard shortly before. A look stays on a channel
+/// for a third of the time between two beacons, and a question or its answer gets lost where the air is
+/// full.
+bool Air::HasMissed(const ScanRequest& request, gint64 since) {
+  bool has_heard = false;
+  bool has_missed = false;
+  for (const HeardRadio& heard : Heard()) {
+    const bool is_concerned = Covers(request, heard) && !heard.is_connected &&
+                              g_get_monotonic_time() - heard.heard_at < kForgottenUs;
+    const bool is_heard = heard.heard_at + kTickUs >= since;
+    has_heard = has_heard || (is_heard && IsOnChannel(request, heard.radio));
+    has_missed = has_missed || (is_concerned && !is_heard);
+  }
+  return has_missed || !has_heard;
 }
 
 void Air::OnScanned(const ScanRequest& request, gint64 begun_at) {
+  NoteNoise();
   m_read_at = 0;
   // What a later scan looked at as well tells nothing more.
   std::erase_if(m_seen, [&](const Seen& seen) {

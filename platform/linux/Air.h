@@ -46,7 +46,8 @@ class Air {
   /// @param answer  called once, after this returned
   void Scan(ScanRequest request, Answer answer);
   /// Looks at once: whatever scan runs is ended, and one of Scan() among them begins anew afterwards. To
-  /// look is to interrupt nothing else: the connection stays.
+  /// look is to interrupt nothing else: the connection stays. Channels on which not everybody was heard
+  /// who should be are looked at twice.
   /// @param frequencies  MHz; empty: all channels
   /// @param name         the bytes of a network's name, to which a hidden one answers; empty: anybody
   /// @param answer       called once, after this returned, with whether the channels were looked at; who
@@ -57,6 +58,9 @@ class Air {
   Air();
   void OnNetwork();
   void OnSupplicant();
+  std::vector<HeardRadio> Heard();
+  void NoteNoise();
+  bool HasMissed(const ScanRequest& request, gint64 since);
   [[nodiscard]] bool IsInReach(const HeardRadio& heard) const;
   void OnScanned(const ScanRequest& request, gint64 begun_at);
 

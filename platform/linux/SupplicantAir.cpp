@@ -254,6 +254,15 @@ void SupplicantAir::OnRadio(const char* path, GVariant* properties) {
   }
 }
 
+/// Of one that is not known the rest is asked for: the question for all may have failed.
+void SupplicantAir::OnChange(const char* path, GVariant* properties) {
+  if (m_radios.contains(path)) {
+    OnRadio(path, properties);
+  } else if (g_str_has_prefix(path, m_path.c_str())) {
+    AskFor(path);
+  }
+}
+
 void SupplicantAir::OnSignal(GDBusConnection* /*connection*/, const char* /*sender*/, const char* path,
                              const char* /*interface*/, const char* signal, GVariant* parameters,
                              gpointer self) {
@@ -267,10 +276,10 @@ void SupplicantAir::OnSignal(GDBusConnection* /*connection*/, const char* /*send
              g_variant_is_of_type(parameters, G_VARIANT_TYPE("(o)"))) {
     g_variant_get(parameters, "(&o)", &radio);
     air->m_radios.erase(radio);
-  } else if (g_variant_is_of_type(parameters, G_VARIANT_TYPE("(sa{sv}as)")) &&
-             air->m_radios.contains(path)) {
+  } else if (g_str_equal(signal, "PropertiesChanged") &&
+             g_variant_is_of_type(parameters, G_VARIANT_TYPE("(sa{sv}as)"))) {
     properties = g_variant_get_child_value(parameters, 1);
-    air->OnRadio(path, properties);
+    air->OnChange(path, properties);
   }
 }
 

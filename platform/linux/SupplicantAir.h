@@ -54,6 +54,7 @@ class SupplicantAir final : public Scanner {
   void AskFor(const std::string& path);
   void OnProperty(const std::string& name, GVariant* value);
   void OnRadio(const char* path, GVariant* properties);
+  void OnChange(const char* path, GVariant* properties);
   static void OnSignal(GDBusConnection* connection, const char* sender, const char* path,
                        const char* interface, const char* signal, GVariant* parameters, gpointer self);
   void OnPoll(GVariant* reply);

@@ -223,6 +223,7 @@ TEST_F(AirOverTheBus, AServiceThatTalksNonsenseIsAskedAgain) {
   ASSERT_TRUE(Look(2437).has_value());
   m_services->Answer(WifiStub::kSupplicant, "normally");
   EXPECT_EQ(Look(2437), true);
+  RunLoopUntil([] { return !Names().empty(); });
   EXPECT_EQ(Names(), std::vector<std::string>{"Den"});
 }
 
