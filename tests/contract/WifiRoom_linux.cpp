@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <string_view>
 
 #include "BusRoom.h"
+#include "InternetRoom.h"
 #include "MainLoop.h"
 #include "Network.h"
 #include "NetworkService.h"
@@ -54,6 +56,8 @@ class LinuxWifiRoom : public WifiRoom {
  public:
   LinuxWifiRoom() {
     network::EnterNamespace();
+    network::AddCable(WifiStub::kInterface, "air");
+    m_internet.emplace();
     m_bus.StartBus();
     m_services.emplace();
     m_services->StartBoth();
@@ -63,7 +67,10 @@ class LinuxWifiRoom : public WifiRoom {
   void SetAnswer(const std::string& bssid, Answer answer) override {
     m_services->SetAnswer(bssid, NameOf(answer));
   }
-  void SetPortal(const std::string& /*bssid*/, const std::string& /*url*/) override { std::abort(); }
+  /// Whatever radio leads there.
+  void SetPortal(const std::string& /*bssid*/, const std::string& url) override {
+    m_internet->SetHttp(url.empty() ? "fine" : "302 " + url);
+  }
   /// Returns when a platform that runs knows of it.
   void Save(const AirRadio& radio) override {
     m_services->Save(StubRadio(radio));
@@ -83,6 +90,7 @@ class LinuxWifiRoom : public WifiRoom {
   [[nodiscard]] std::chrono::milliseconds Settling() const override { return 300ms; }
 
  private:
+  std::optional<InternetRoom> m_internet;
   BusRoom m_bus;
   std::optional<WifiStub> m_services;
 };

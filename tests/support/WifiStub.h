@@ -13,6 +13,10 @@ class WifiStub {
   static constexpr char kNetworkManager[] = "nm";
   static constexpr char kSupplicant[] = "supplicant";
 
+  /// Of the Wi-Fi device. Where the kernel has a link of that name, a connection gives it an address in
+  /// the network of an InternetRoom, and its router's default route.
+  static constexpr char kInterface[] = "wlan0";
+
   /// Begins with neither service on the bus.
   WifiStub();
 

@@ -143,6 +143,7 @@ class WirelessDevice(device.Device):
 
     def begin(self):
         profile = self.activation.profile
+        self.mean(self._likely_point(profile))
         self.set_state(device.CONFIG)
         security = security_of(profile.groups)
         secret = profile.value(SECURITY_GROUP, "psk", "")
@@ -156,9 +157,22 @@ class WirelessDevice(device.Device):
         self.link.connect({"ssid": profile.ssid(), "bssid": profile.bssid(), "security": security, "psk": secret})
         self.after(air.CONNECTION_LIMIT, self.fail, device.SSID_NOT_FOUND)
 
+    def _likely_point(self, profile):
+        """The one that was named, else any that the profile fits, whichever the supplicant will take."""
+        named = self.activation.get("SpecificObject")
+        if any(point.path == named for point in self.points.values()):
+            return named
+        for point in self.points.values():
+            if point.bss.ssid == profile.ssid() and profile.bssid() in (None, point.bss.radio.bssid):
+                return point.path
+        return "/"
+
+    def mean(self, point):
+        self.set(ActiveAccessPoint=point)
+        self.activation.set(SpecificObject=point)
+
     def on_association(self, bss):
-        self.set(ActiveAccessPoint=self.point_of(bss))
-        self.activation.set(SpecificObject=self.point_of(bss))
+        self.mean(self.point_of(bss))
 
     def on_completed(self, bss):
         if self.state() >= device.IP_CONFIG:
