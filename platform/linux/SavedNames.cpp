@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "NetworkRadio.h"
 #include "NetworkService.h"
 
 namespace {
@@ -21,15 +22,13 @@ std::vector<Saved> SavedNetworks() {
   for (guint i = 0; profiles != nullptr && i < profiles->len; ++i) {
     auto* const profile = NM_CONNECTION(g_ptr_array_index(profiles, i));
     NMSettingWireless* const wireless = nm_connection_get_setting_wireless(profile);
-    GBytes* const ssid = wireless == nullptr ? nullptr : nm_setting_wireless_get_ssid(wireless);
-    if (ssid == nullptr || g_bytes_get_size(ssid) == 0) {
+    const std::string name =
+        wireless == nullptr ? "" : network_radio::NameOf(nm_setting_wireless_get_ssid(wireless));
+    if (name.empty()) {
       continue;
     }
-    gsize size = 0;
-    const auto* const bytes = static_cast<const char*>(g_bytes_get_data(ssid, &size));
     NMSettingConnection* const common = nm_connection_get_setting_connection(profile);
-    saved.push_back({std::string(bytes, size),
-                     common == nullptr ? 0 : nm_setting_connection_get_timestamp(common),
+    saved.push_back({name, common == nullptr ? 0 : nm_setting_connection_get_timestamp(common),
                      nm_setting_wireless_get_hidden(wireless) != FALSE});
   }
   return saved;

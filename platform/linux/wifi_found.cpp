@@ -5,6 +5,8 @@
 #include "Air.h"
 #include "CallGate.h"
 #include "FoundNetworks.h"
+#include "WifiConnection.h"
+#include "WifiInterface.h"
 #include "WifiManagers.h"
 #include "call_guarded.h"
 #include "wifi_manager.h"
@@ -15,8 +17,8 @@ int wifi_foreach_found_aps(wifi_found_ap_cb callback, void* user_data) {
   if (const auto refusal = call_gate::Refusal("wifi_foreach_found_aps")) {
     return *refusal;
   }
-  if (callback == nullptr) {
-    return WIFI_ERROR_INVALID_PARAMETER;
+  if (const int error = wifi_interface::Check(callback != nullptr)) {
+    return error;
   }
   WalkAccessPoints(found_networks::NetworksOf(Air::Instance().Radios()), callback, user_data);
   return WIFI_ERROR_NONE;
@@ -27,8 +29,8 @@ int wifi_foreach_found_bssids(wifi_ap_h handle, wifi_found_bssid_cb callback, vo
     return *refusal;
   }
   const AccessPoint* const ap = ap_handles::Find(handle);
-  if (ap == nullptr || callback == nullptr) {
-    return WIFI_ERROR_INVALID_PARAMETER;
+  if (const int error = wifi_interface::Check(ap != nullptr && callback != nullptr)) {
+    return error;
   }
   for (const HeardRadio& heard : found_networks::RadiosOf(ap->radio, Air::Instance().Radios())) {
     const Radio& radio = heard.radio;
@@ -58,10 +60,13 @@ int wifi_get_snr(int* snr) {
   if (const auto refusal = call_gate::Refusal("wifi_get_snr")) {
     return *refusal;
   }
-  if (snr == nullptr) {
-    return WIFI_ERROR_INVALID_PARAMETER;
+  if (const int error = wifi_interface::Check(snr != nullptr)) {
+    return error;
   }
-  if (Air::Instance().Connected() == nullptr) {
+  if (!WifiConnection::Instance().State()) {
+    return WIFI_ERROR_OPERATION_FAILED;
+  }
+  if (WifiConnection::Instance().ConnectedBssid().empty()) {
     return WIFI_ERROR_NO_CONNECTION;
   }
   const std::optional<int> known = Air::Instance().SignalToNoise();

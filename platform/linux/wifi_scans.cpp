@@ -15,8 +15,8 @@
 #include "NumberedHandles.h"
 #include "SavedNames.h"
 #include "SsidText.h"
+#include "WifiInterface.h"
 #include "WifiManagers.h"
-#include "call_guarded.h"
 #include "wifi_manager.h"
 
 namespace {
@@ -70,8 +70,8 @@ int wifi_scan(wifi_finished_cb callback, void* user_data) {
   if (const auto refusal = call_gate::Refusal("wifi_scan")) {
     return *refusal;
   }
-  if (callback == nullptr) {
-    return WIFI_ERROR_INVALID_PARAMETER;
+  if (const int error = wifi_interface::Check(callback != nullptr)) {
+    return error;
   }
   Air& air = Air::Instance();
   if (!air.IsReady()) {
@@ -88,9 +88,10 @@ int wifi_scan(wifi_finished_cb callback, void* user_data) {
   }
   const auto scan = std::make_shared<bool>();
   All().whole_scan = scan;
-  air.Scan(std::move(request), [scan, callback, user_data](bool is_done) {
+  const auto tell = wifi_interface::Answer(callback, user_data);
+  air.Scan(std::move(request), [scan, tell](bool is_done) {
     All().whole_scan.reset();  // the callback may ask for the next
-    CallGuarded([&] { callback(static_cast<wifi_error_e>(ResultOf(is_done)), user_data); });
+    tell(ResultOf(is_done));
   });
   return WIFI_ERROR_NONE;
 }

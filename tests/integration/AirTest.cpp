@@ -30,6 +30,7 @@ class AirTest : public testing::Test {
     m_bus.StartBus();
     m_services.emplace();
     ASSERT_EQ(platform_start(), 0);
+    ASSERT_EQ(wifi_initialize(), WIFI_ERROR_NONE);
   }
   void TearDown() override { platform_stop(); }
 
