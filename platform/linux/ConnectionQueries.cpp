@@ -5,6 +5,7 @@
 #include "Connections.h"
 #include "DefaultRoute.h"
 #include "KernelTables.h"
+#include "LeaseFacts.h"
 #include "ProfileHandles.h"
 #include "net_connection.h"
 
@@ -24,7 +25,7 @@ int connection_get_current_profile(connection_h connection, connection_profile_h
   if (!link) {
     return CONNECTION_ERROR_NO_CONNECTION;
   }
-  *profile = Profiles().Add({ProfileTypeOf(*link)});
+  *profile = Profiles().Add({ProfileTypeOf(*link), link->index});
   return CONNECTION_ERROR_NONE;
 }
 
@@ -46,7 +47,8 @@ int connection_profile_get_type(connection_profile_h profile, connection_profile
   return CONNECTION_ERROR_NONE;
 }
 
-/// The kernel does not know it: it is the business of the machine's DHCP client.
+/// As the machine's DHCP client was told, where that is NetworkManager's; else what the kernel knows,
+/// which is what is left of it.
 int connection_profile_get_dhcp_lease_duration(connection_profile_h profile,
                                                connection_address_family_e family, int* seconds) {
   if (const auto refusal = call_gate::Refusal("connection_profile_get_dhcp_lease_duration", family)) {
@@ -55,7 +57,14 @@ int connection_profile_get_dhcp_lease_duration(connection_profile_h profile,
   if (!Profiles().Has(profile) || seconds == nullptr) {
     return CONNECTION_ERROR_INVALID_PARAMETER;
   }
-  return CONNECTION_ERROR_NOT_SUPPORTED;
+  auto lease = family == CONNECTION_ADDRESS_FAMILY_IPV4 ? lease_facts::OfNetworkManager(profile->link)
+                                                        : std::nullopt;
+  lease = lease ? lease : kernel_tables::LeaseOf(profile->link, family);
+  if (!lease) {
+    return CONNECTION_ERROR_NO_CONNECTION;
+  }
+  *seconds = *lease;
+  return CONNECTION_ERROR_NONE;
 }
 
 /// A default route without a router's address counts too: it is how modems and tunnels are used.
@@ -109,7 +118,6 @@ int connection_get_ip_address(connection_h connection, connection_address_family
   return CONNECTION_ERROR_NONE;
 }
 
-/// The Wi-Fi of this backend is still to come, and with it the access point to ask about.
 int connection_check_hotspot(connection_h connection, int* status) {
   if (const auto refusal = call_gate::Refusal("connection_check_hotspot")) {
     return *refusal;
@@ -117,5 +125,10 @@ int connection_check_hotspot(connection_h connection, int* status) {
   if (!IsConnection(connection) || status == nullptr) {
     return CONNECTION_ERROR_INVALID_PARAMETER;
   }
-  return CONNECTION_ERROR_NOT_SUPPORTED;
+  const auto found = lease_facts::IsTelephone();
+  if (!found) {
+    return CONNECTION_ERROR_NO_CONNECTION;
+  }
+  *status = *found ? 1 : 0;
+  return CONNECTION_ERROR_NONE;
 }

@@ -13,3 +13,9 @@ void ForgetMonitorUser(connection_h connection);
 
 /// Nobody does.
 void StopNetworkMonitor();
+
+/// The handle's walks and their profiles end, and its requests are answered to nobody.
+void ForgetProfiles(connection_h connection);
+
+/// Nobody is told any more whether the access point shows a page of its own.
+void ForgetPortalQuestions();

@@ -1,9 +1,13 @@
 #include "InternetMonitor.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <utility>
 
 #include <linux/rtnetlink.h>
+
+#include "vconf_keys.h"
 
 using namespace std::chrono_literals;
 
@@ -33,7 +37,24 @@ bool InternetMonitor::Open() {
       {RTNLGRP_LINK, RTNLGRP_IPV4_ROUTE, RTNLGRP_IPV6_ROUTE, RTNLGRP_IPV4_IFADDR, RTNLGRP_IPV6_IFADDR},
       [this](const nlmsghdr*) { LookSoon(); }, [this] { LookSoon(); });
   LookSoon();
+  vconf_notify_key_changed(vconf_keys::kNotifyPelorus, OnPower, this);
   return m_socket != nullptr;
+}
+
+InternetMonitor::~InternetMonitor() {
+  vconf_ignore_key_changed(vconf_keys::kNotifyPelorus, OnPower);
+}
+
+/// Timers stand still while the machine sleeps, and what was found before may be hours old.
+void InternetMonitor::OnPower(keynode_t* /*node*/, void* self) {
+  auto* monitor = static_cast<InternetMonitor*>(self);
+  char* word = vconf_get_str(vconf_keys::kNotifyPelorus);
+  const bool is_awake = word != nullptr && std::strcmp(word, "instant_on") == 0;
+  std::free(word);
+  if (is_awake && monitor->m_way && monitor->m_way->link != 0) {
+    monitor->m_probe.reset();
+    monitor->m_next_probe.After(kSettling, [monitor] { monitor->Probe(); });
+  }
 }
 
 /// Once for many events, and after whatever else they led to.

@@ -12,10 +12,12 @@
 #include "NetlinkSocket.h"
 #include "ProbeConfig.h"
 #include "WayOut.h"
+#include "vconf.h"
 
 /// Watches how far the way to the internet works, and tells each change. The link and the route are
-/// heard of from the kernel; what is behind them is probed when the way changes, and then from time to
-/// time: while no link leads out, nothing is. Main-loop thread only; lives while somebody wants to know.
+/// heard of from the kernel; what is behind them is probed when the way changes, when the machine wakes
+/// up, and then from time to time: while no link leads out, nothing is. Main-loop thread only; lives
+/// while somebody wants to know.
 class InternetMonitor {
  public:
   /// It may end the monitor.
@@ -23,6 +25,10 @@ class InternetMonitor {
 
   /// @return null when the kernel gives no events; what is found first is told, and later
   static std::unique_ptr<InternetMonitor> Start(ProbeConfig config, Handler handler);
+
+  ~InternetMonitor();
+  InternetMonitor(const InternetMonitor&) = delete;
+  InternetMonitor& operator=(const InternetMonitor&) = delete;
 
   /// What was told last of where the way ends; nullopt before the first.
   [[nodiscard]] std::optional<InternetVerdict::Report> Last() const { return m_verdict.Last(); }
@@ -35,6 +41,7 @@ class InternetMonitor {
   void Look();
   [[nodiscard]] std::chrono::milliseconds SettlingTimeOf(const WayOut& way) const;
   void Adopt(const WayOut& way);
+  static void OnPower(keynode_t* node, void* self);
   void Probe();
   void OnProbed(const InternetProbe::Result& result);
   void Tell(const std::vector<InternetVerdict::Report>& reports) const;

@@ -1,5 +1,7 @@
 #include "KernelTables.h"
 
+#include <algorithm>
+#include <limits>
 #include <memory>
 #include <string_view>
 
@@ -8,6 +10,7 @@
 #include <net/if.h>  // before the kernel's own headers, which then leave out what it has
 #include <netinet/in.h>
 
+#include <linux/if_addr.h>
 #include <linux/if_arp.h>
 #include <linux/if_link.h>
 #include <linux/neighbour.h>
@@ -149,6 +152,59 @@ std::optional<std::string> AddressOf(int link_index, connection_address_family_e
   auto text = best == nullptr ? std::nullopt : std::optional(TextOf(best));
   freeifaddrs(all);
   return text;
+}
+
+std::optional<int> FindCable() {
+  const auto socket = OpenForQuestions();
+  std::optional<int> found;
+  const auto on_link = [&](const nlmsghdr* message) {
+    auto link = ParseLink(message);
+    if (!link || !link->has_carrier || (found && *found < link->index)) {
+      return;
+    }
+    link->device_type = DeviceTypeOf(link->index);
+    if (IsWired(*link)) {
+      found = link->index;
+    }
+  };
+  const bool is_complete = socket != nullptr && socket->Dump(
+                                                    RTM_GETLINK, [&] { found.reset(); }, on_link);
+  return is_complete ? found : std::nullopt;
+}
+
+std::optional<int> LeaseOf(int link_index, connection_address_family_e family) {
+  const auto socket = OpenForQuestions();
+  const auto wanted = AddressOf(link_index, family);
+  std::optional<int> seconds;
+  const auto on_address = [&](const nlmsghdr* message) {
+    auto* header = const_cast<nlmsghdr*>(message);  // the parser reads it only
+    nlattr* attributes[IFA_MAX + 1];
+    if (!nlmsg_valid_hdr(header, sizeof(ifaddrmsg)) ||
+        nlmsg_parse(header, sizeof(ifaddrmsg), attributes, IFA_MAX, nullptr) < 0) {
+      return;
+    }
+    const auto* address = static_cast<const ifaddrmsg*>(nlmsg_data(header));
+    // A pair of machines has the address of the other end in the second.
+    const nlattr* ip =
+        attributes[IFA_LOCAL] != nullptr ? attributes[IFA_LOCAL] : attributes[IFA_ADDRESS];
+    const nlattr* times = attributes[IFA_CACHEINFO];
+    const int bytes = address->ifa_family == AF_INET ? sizeof(in_addr) : sizeof(in6_addr);
+    char text[INET6_ADDRSTRLEN] = "";
+    if (static_cast<int>(address->ifa_index) != link_index || ip == nullptr || nla_len(ip) != bytes ||
+        times == nullptr || nla_len(times) < static_cast<int>(sizeof(ifa_cacheinfo)) ||
+        inet_ntop(address->ifa_family, nla_data(ip), text, sizeof text) == nullptr || *wanted != text) {
+      return;
+    }
+    constexpr std::uint32_t kForever = 0xFFFFFFFF;
+    const std::uint32_t valid = static_cast<const ifa_cacheinfo*>(nla_data(times))->ifa_valid;
+    if (valid != kForever && valid != 0) {
+      seconds = static_cast<int>(std::min<std::uint32_t>(valid, std::numeric_limits<int>::max()));
+    }
+  };
+  const bool is_complete = socket != nullptr && wanted &&
+                           socket->Dump(
+                               RTM_GETADDR, [&] { seconds.reset(); }, on_address);
+  return is_complete ? seconds : std::nullopt;
 }
 
 std::optional<std::string> HardwareAddressOf(connection_type_e type) {

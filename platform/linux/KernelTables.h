@@ -22,6 +22,14 @@ namespace kernel_tables {
 /// @return nullopt when it has none of this family
 [[nodiscard]] std::optional<std::string> AddressOf(int link_index, connection_address_family_e family);
 
+/// The wired interface with a carrier, of several the one of the lowest index.
+/// @return nullopt when no cable is in
+[[nodiscard]] std::optional<int> FindCable();
+
+/// For how long an address of an interface was lent: that of AddressOf(), as it was told last.
+/// @return nullopt when there is none, or when it stays
+[[nodiscard]] std::optional<int> LeaseOf(int link_index, connection_address_family_e family);
+
 /// The hardware address of the first interface of a kind, of those with a carrier if any has one.
 /// @return "AA:BB:CC:DD:EE:FF", or nullopt when there is no such interface or it has no such address
 [[nodiscard]] std::optional<std::string> HardwareAddressOf(connection_type_e type);

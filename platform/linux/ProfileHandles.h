@@ -5,6 +5,8 @@
 
 struct connection_profile_handle_s {
   connection_profile_type_e type;
+  int link;                      // its interface; 0 when it is not in use
+  connection_h owner = nullptr;  // with which it ends; null: with none
 };
 
 /// The profiles that the program above the platform holds.

@@ -81,6 +81,7 @@ int connection_destroy(connection_h connection) {
   }
   RemoveListener(connection);
   ForgetMonitorUser(connection);
+  ForgetProfiles(connection);
   All().handles.erase(connection);
   if (All().handles.empty()) {
     All().monitor.reset();

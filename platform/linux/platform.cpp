@@ -13,6 +13,7 @@
 #include "Telephony.h"
 #include "WifiConnector.h"
 #include "WifiInterface.h"
+#include "WiredRequests.h"
 #include "packet_capture.h"
 
 namespace {
@@ -42,6 +43,8 @@ int platform_start(void) {
 
 void platform_stop(void) {
   SleepWatch::Instance().Stop();
+  ForgetPortalQuestions();
+  WiredRequests::Instance().Stop();
   WifiConnector::Instance().Stop();
   Air::Instance().Stop();
   Supplicant::Instance().Stop();

@@ -15,8 +15,10 @@ class Profiles : public Contract {
   void SetUp() override {
     Contract::SetUp();
     ASSERT_EQ(connection_create(&m_connection), CONNECTION_ERROR_NONE);
+    m_room->StartNetworkService();
     m_room->JoinWiredNetwork();
     RunLoopUntil([] { return HasGateway(); });
+    Settle();
   }
 
   static bool HasGateway() {

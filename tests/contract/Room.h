@@ -27,6 +27,10 @@ class Room {
   /// Takes that router away, and puts it back; the cable stays in.
   virtual void SetRouter(bool is_there) = 0;
 
+  /// Where networks are joined and left by a service beside the platform, that starts, with a profile
+  /// for the wired network. It joins that network by itself when the cable is plugged in.
+  virtual void StartNetworkService() = 0;
+
   /// The service is up when "memory/telephony/telephony_ready" says so.
   virtual void StartTelephony() = 0;
   virtual void StopTelephony() = 0;

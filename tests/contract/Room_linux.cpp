@@ -6,15 +6,19 @@
 #include <sys/socket.h>
 
 #include "InternetRoom.h"
+#include "MainLoop.h"
 #include "ModemRoom.h"
 #include "Network.h"
+#include "NetworkService.h"
 #include "Room.h"
+#include "WifiStub.h"
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
 namespace {
 
+constexpr char kCable[] = "eth0";
 constexpr char kDataDirectory[] = "/run/data";
 
 fs::path DesktopFile(const std::string& id) {
@@ -27,26 +31,49 @@ class LinuxRoom : public Room {
     setenv("XDG_DATA_HOME", "/run/nobody", 1);
     setenv("XDG_DATA_DIRS", kDataDirectory, 1);
     network::EnterNamespace();
-    network::AddCable("wall", "far");
+    network::AddCable(kCable, "far");
     network::SetUp("far", false);
     m_internet.emplace();
     m_modems.StartBus();
   }
-  void PlugCable() override { network::SetUp("far", true); }
-  void UnplugCable() override { network::SetUp("far", false); }
+  void PlugCable() override {
+    network::SetUp("far", true);
+    if (m_networks) {
+      m_networks->PlugCable(true);
+    }
+  }
+  void UnplugCable() override {
+    network::SetUp("far", false);
+    if (m_networks) {
+      m_networks->PlugCable(false);
+    }
+  }
   WiredNetwork JoinWiredNetwork() override {
     PlugCable();
-    network::AddAddress("wall", "192.0.2.10/24");
-    network::AddAddress("wall", "2001:db8::10/64");
+    if (m_networks) {
+      return {network::HardwareAddress(kCable), "192.0.2.10", ""};
+    }
+    network::AddAddress(kCable, "192.0.2.10/24");
+    network::AddAddress(kCable, "2001:db8::10/64");
     SetRouter(true);
-    return {network::HardwareAddress("wall"), "192.0.2.10", "2001:db8::10"};
+    return {network::HardwareAddress(kCable), "192.0.2.10", "2001:db8::10"};
   }
   void SetRouter(bool is_there) override {
     if (is_there) {
-      network::AddDefaultRoute("wall", AF_INET, 100, InternetRoom::kRouter);
+      network::AddDefaultRoute(kCable, AF_INET, 100, InternetRoom::kRouter);
     } else {
-      network::RemoveDefaultRoute("wall", AF_INET, 100, InternetRoom::kRouter);
+      network::RemoveDefaultRoute(kCable, AF_INET, 100, InternetRoom::kRouter);
     }
+  }
+  void StartNetworkService() override {
+    m_networks.emplace();
+    m_networks->SaveWired("Wall", "autoconnect");
+    m_networks->PlugCable(false);
+    m_networks->Start(WifiStub::kNetworkManager);
+    RunLoopUntil([] {
+      NMClient* const client = NetworkService::Instance().Client();
+      return client != nullptr && nm_client_get_connections(client)->len > 0;
+    });
   }
   void StartTelephony() override { m_modems.StartService(); }
   void StopTelephony() override { m_modems.StopService(); }
@@ -62,6 +89,7 @@ class LinuxRoom : public Room {
  private:
   std::optional<InternetRoom> m_internet;  // behind the socket in the wall
   ModemRoom m_modems;
+  std::optional<WifiStub> m_networks;  // while NetworkManager is there
 };
 
 }  // namespace

@@ -17,6 +17,7 @@ class VirtualRoom : public Room {
     return {internet.MacAddress(CONNECTION_TYPE_ETHERNET), addresses.ipv4, addresses.ipv6};
   }
   void SetRouter(bool is_there) override { VirtualTv::Instance().GetInternet().SetGateway(is_there); }
+  void StartNetworkService() override {}
   void StartTelephony() override { VirtualTv::Instance().StartTelephony(); }
   void StopTelephony() override { VirtualTv::Instance().StopTelephony(); }
   void InsertDongle() override { VirtualTv::Instance().InsertDongle(); }

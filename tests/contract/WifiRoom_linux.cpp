@@ -63,7 +63,12 @@ class LinuxWifiRoom : public WifiRoom {
     m_services->StartBoth();
   }
   void PutOnAir(const AirRadio& radio) override { m_services->PutOnAir(StubRadio(radio)); }
-  void TakeOffAir(const std::string& bssid) override { m_services->TakeOffAir(bssid); }
+  void TakeOffAir(const std::string& bssid) override {
+    if (m_services->ConnectedBssid() == bssid) {
+      m_internet->SetHttp("hang");  // nothing comes through the air any more
+    }
+    m_services->TakeOffAir(bssid);
+  }
   void SetAnswer(const std::string& bssid, Answer answer) override {
     m_services->SetAnswer(bssid, NameOf(answer));
   }

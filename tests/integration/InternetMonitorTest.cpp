@@ -12,6 +12,8 @@
 #include "MainLoop.h"
 #include "Network.h"
 #include "net_connection.h"
+#include "vconf.h"
+#include "vconf_keys.h"
 
 using namespace std::chrono_literals;
 
@@ -197,6 +199,18 @@ TEST_F(InternetMonitor, ProbesAnewAfterAChangeOfTheRoute) {
   network::AddAddress("wall", "192.0.2.77/24");
   network::ReplaceDefaultRoute("wall", AF_INET, 100);
   RunLoopUntil([&] { return m_room->HttpCount() > before; }, 3s);
+}
+
+TEST_F(InternetMonitor, ProbesAnewWhenTheMachineWakesUp) {
+  InternetRoom::Configure(InternetRoom::Configuration(600));
+  BeOnline();
+  const int before = m_room->HttpCount();
+  vconf_set_str(vconf_keys::kNotifyPelorus, "instant_off");
+  RunLoopFor(1s);
+  EXPECT_EQ(m_room->HttpCount(), before);
+  m_room->SetHttp("302 http://192.0.2.1/");
+  vconf_set_str(vconf_keys::kNotifyPelorus, "instant_on");
+  WaitFor({false, "HTTP"}, 3s);
 }
 
 TEST_F(InternetMonitor, FollowsAnInterfaceThroughANewName) {

@@ -218,13 +218,17 @@ std::string HardwareAddress(const std::string& name) {
   return address;
 }
 
-void AddAddress(const std::string& name, const std::string& address) {
+void AddAddress(const std::string& name, const std::string& address, unsigned lease_seconds) {
   nl_addr* parsed = nullptr;
   RequireNl(nl_addr_parse(address.c_str(), AF_UNSPEC, &parsed), address);
   const Address local(parsed);
   const AddressObject wanted(rtnl_addr_alloc());
   rtnl_addr_set_ifindex(wanted.get(), static_cast<int>(IndexOf(name)));
   RequireNl(rtnl_addr_set_local(wanted.get(), local.get()), address);
+  if (lease_seconds != 0) {
+    rtnl_addr_set_preferred_lifetime(wanted.get(), lease_seconds);
+    rtnl_addr_set_valid_lifetime(wanted.get(), lease_seconds);
+  }
   RequireNl(rtnl_addr_add(Kernel(), wanted.get(), NLM_F_EXCL), address);
 }
 

@@ -39,8 +39,9 @@ void SetArp(const std::string& name, bool is_on);
 /// @return "AA:BB:CC:DD:EE:FF"
 [[nodiscard]] std::string HardwareAddress(const std::string& name);
 
-/// @param address  with the length of its prefix: "192.0.2.10/24", "2001:db8::10/64"
-void AddAddress(const std::string& name, const std::string& address);
+/// @param address        with the length of its prefix: "192.0.2.10/24", "2001:db8::10/64"
+/// @param lease_seconds  for how long; 0: for good
+void AddAddress(const std::string& name, const std::string& address, unsigned lease_seconds = 0);
 
 /// Default routes out of an interface.
 /// @param family   AF_INET or AF_INET6

@@ -48,6 +48,14 @@ class WifiStub {
   void Save(const Radio& network, const std::string& options = "");
   void Forget(const std::string& ssid) { Do("forget ssid=" + HexOf(ssid)); }
 
+  /// A profile on disk for a cable.
+  /// @param options  "autoconnect", "priority=NUMBER"
+  void SaveWired(const std::string& name, const std::string& options) {
+    Do("wired_profile " + name + " " + options);
+  }
+  /// What NetworkManager sees of a cable; its interface is "eth0".
+  void PlugCable(bool is_in) { Do(is_in ? "cable in" : "cable out"); }
+
   /// How a service answers from now on, until it starts again.
   /// @param how  "normally", "late MILLISECONDS", "error", "nonsense", "never" or "death"; with a
   ///             method's name behind it, to calls of that one alone

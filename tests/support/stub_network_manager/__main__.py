@@ -12,6 +12,8 @@ of a network is any bytes.
   save ssid=HEX [security=...] [passphrase=HEX] [autoconnect] [hidden]
                                   a profile on disk; one of the same name and security is replaced
   forget ssid=HEX                 its profiles go
+  wired_profile NAME [autoconnect] [priority=N]
+                                  a profile on disk for a cable
   cable in|out                    a wired device appears with the first
   adapter out|in                  the Wi-Fi interface leaves the machine, and comes back as another object
   lose                            the link breaks, and who manages the network lets what is saved connect
@@ -70,6 +72,8 @@ class Room:
             self.link.leave()
             self.manager.reset()
         self.service(name).start()
+        if name == "nm" and self.wired is not None:
+            self.wired.plug(self.wired.get("Carrier"))
         if self.supplicant.is_running():
             if name == "supplicant":
                 self.wireless.on_supplicant(True)
@@ -122,6 +126,12 @@ class Room:
         for profile in list(self.manager.settings.profiles.values()):
             if profile.ssid() == text_of(options_of(words), "ssid"):
                 self.manager.settings.delete(profile)
+
+    def wired_profile(self, name, *words):
+        options = options_of(words)
+        connection = {"id": GLib.Variant("s", name), "autoconnect": GLib.Variant("b", "autoconnect" in options),
+                      "autoconnect-priority": GLib.Variant("i", int(options.get("priority", 0)))}
+        self.manager.settings.create({"connection": connection, "802-3-ethernet": {}}, 0)
 
     def cable(self, where):
         if self.wired is None:

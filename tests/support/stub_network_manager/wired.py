@@ -16,7 +16,7 @@ class WiredDevice(device.Device):
             "HwAddress": "02:00:00:00:00:02",
             "PermHwAddress": "02:00:00:00:00:02",
         }
-        super().__init__(manager, number, [WIRED], values, "198.51.100")
+        super().__init__(manager, number, [WIRED], values, "192.0.2")
 
     def plug(self, is_in):
         self.set(Carrier=is_in)
