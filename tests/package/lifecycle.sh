@@ -29,7 +29,7 @@ is_state() { [[ $(within systemctl is-active pelorus) == "$1" ]]; }
 main_pid() { within systemctl show --value --property MainPID pelorus; }
 
 lifecycle() {
-  local root all pid beside=(logrotate libpcap0.8)
+  local root all pid beside=(logrotate libpcap0.8 network-manager polkitd wpasupplicant)
   root=$(new_machine one "$MACHINES/base")
   all=()
   for package in pelorus pelorus-notification pelorusctl pelorus-virtual; do
@@ -43,6 +43,11 @@ lifecycle() {
   all=("${all[@]/#//packages/}")
   # What else is needed is fetched while there is a network; the machine that is booted has one of its own.
   install_in "$root" --download-only --no-install-recommends "${all[@]}" "${beside[@]}" > /dev/null
+
+  # What manages networks is asked for its rules alone.
+  for unit in NetworkManager NetworkManager-wait-online NetworkManager-dispatcher wpa_supplicant; do
+    ln -s /dev/null "$root/etc/systemd/system/$unit.service"
+  done
 
   boot "$root"
   for user in reader writer stranger; do within useradd --no-create-home "$user"; done

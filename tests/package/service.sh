@@ -17,10 +17,11 @@ service() {
   within gpasswd -a writer pelorus-settings > /dev/null
   pid=$(main_pid)
   expect "the daemon is not root" test "$(stat -c %U "/proc/$MACHINE/root/proc/$pid")" != root
-  expect "its one privilege is raw packets" has_one_privilege "$pid"
+  expect "its privileges are raw packets and scans" has_two_privileges "$pid"
   expect "its log is in the journal" soon logged 'On Pelorus Init'
 
   cable
+  rights "$pid"
   directories "$pid"
   access
   certificates
@@ -37,9 +38,9 @@ exposure() {
     within systemd-analyze security --no-pager --threshold="$MOST_EXPOSED" pelorus.service
 }
 
-has_one_privilege() {
+has_two_privileges() {
   within cat "/proc/$1/status" | grep -E '^(Cap(Prm|Eff|Bnd)|NoNewPrivs|Seccomp):' | sort | tr '\t\n' '  '
-  [[ $(within cat "/proc/$1/status" | grep -cE '^Cap(Prm|Eff|Bnd):.0000000000002000$') == 3 ]]
+  [[ $(within cat "/proc/$1/status" | grep -cE '^Cap(Prm|Eff|Bnd):.0000000000003000$') == 3 ]]
 }
 
 logged() { within journalctl --quiet --unit pelorus --grep "$1"; }
@@ -52,6 +53,26 @@ cable() {
 }
 
 popup_ran() { logged 'posix_spawn ret 0' && within pgrep -f '^ethernet_attached'; }
+
+# What other services would do for the daemon. They are there, and do not run.
+rights() {
+  local action
+  for action in network-control settings.modify.system; do
+    expect "polkit lets it ask NetworkManager for $action" may "$1" "$action"
+  done
+  for action in settings.modify.hostname enable-disable-wifi; do
+    expect "and not for $action" not may "$1" "$action"
+  done
+  expect "the bus carries its words to the supplicant" not refused_by_bus pelorus
+  expect "and nobody else's" refused_by_bus stranger
+}
+
+may() { within pkcheck --action-id "org.freedesktop.NetworkManager.$2" --process "$1"; }
+
+refused_by_bus() {
+  within runuser -u "$1" -- dbus-send --system --print-reply --dest=fi.w1.wpa_supplicant1 /fi/w1/wpa_supplicant1 \
+    org.freedesktop.DBus.Peer.Ping 2>&1 | tee /dev/stderr | grep -q AccessDenied
+}
 
 # in_sandbox PID COMMAND...: what the daemon could do, with its file systems, its groups and no privilege.
 in_sandbox() {
