@@ -7,12 +7,36 @@
 namespace {
 
 constexpr char kName[] = "org.freedesktop.ModemManager1";
+constexpr char kRoot[] = "/org/freedesktop/ModemManager1";
+constexpr char kModem[] = "org.freedesktop.ModemManager1.Modem";
+constexpr char kObjectManager[] = "org.freedesktop.DBus.ObjectManager";
 
 void PublishReady(bool is_ready) {
   int stored = -1;
   if (vconf_get_bool(vconf_keys::kTelephonyReady, &stored) != VCONF_OK || (stored != 0) != is_ready) {
     vconf_set_bool(vconf_keys::kTelephonyReady, is_ready ? 1 : 0);
   }
+}
+
+/// @param interfaces  a{sa{sv}}
+bool HasModem(GVariant* interfaces) {
+  g_autoptr(GVariant) modem = g_variant_lookup_value(interfaces, kModem, nullptr);
+  return modem != nullptr;
+}
+
+/// @param objects  a{oa{sa{sv}}}
+std::set<std::string> ModemsAmong(GVariant* objects) {
+  std::set<std::string> modems;
+  GVariantIter iterator;
+  g_variant_iter_init(&iterator, objects);
+  const char* object = nullptr;
+  GVariant* interfaces = nullptr;
+  while (g_variant_iter_loop(&iterator, "{&o@a{sa{sv}}}", &object, &interfaces)) {
+    if (HasModem(interfaces)) {
+      modems.insert(object);
+    }
+  }
+  return modems;
 }
 
 }  // namespace
@@ -50,68 +74,102 @@ void ModemService::OnBus(GDBusConnection* connection) {
   }
 }
 
-void ModemService::OnAppeared(GDBusConnection* connection, const char* /*name*/, const char* /*owner*/,
+void ModemService::OnAppeared(GDBusConnection* connection, const char* /*name*/, const char* owner,
                               gpointer self) {
   auto* service = static_cast<ModemService*>(self);
   service->Drop();
-  service->m_attempt = g_cancellable_new();
-  mm_manager_new(connection, G_DBUS_OBJECT_MANAGER_CLIENT_FLAGS_DO_NOT_AUTO_START, service->m_attempt,
-                 OnManager, self);
+  service->m_connection = G_DBUS_CONNECTION(g_object_ref(connection));
+  service->m_subscription =
+      g_dbus_connection_signal_subscribe(connection, owner, kObjectManager, nullptr, kRoot, nullptr,
+                                         G_DBUS_SIGNAL_FLAGS_NONE, OnChange, self, nullptr);
+  service->ReadAll();
 }
 
 void ModemService::OnVanished(GDBusConnection* /*connection*/, const char* /*name*/, gpointer self) {
   static_cast<ModemService*>(self)->Drop();
 }
 
-void ModemService::OnManager(GObject* /*source*/, GAsyncResult* result, gpointer self) {
+void ModemService::ReadAll() {
+  m_is_changed = false;
+  m_reading = g_cancellable_new();
+  g_dbus_connection_call(m_connection, kName, kRoot, kObjectManager, "GetManagedObjects", nullptr,
+                         G_VARIANT_TYPE("(a{oa{sa{sv}}})"), G_DBUS_CALL_FLAGS_NO_AUTO_START, -1,
+                         m_reading, OnAll, this);
+}
+
+void ModemService::OnAll(GObject* source, GAsyncResult* result, gpointer self) {
   g_autoptr(GError) error = nullptr;
-  g_autoptr(MMManager) manager = mm_manager_new_finish(result, &error);
+  g_autoptr(GVariant) answer = g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, &error);
   if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED)) {
     return;
   }
   auto* service = static_cast<ModemService*>(self);
-  g_clear_object(&service->m_attempt);
-  if (manager == nullptr) {
+  g_clear_object(&service->m_reading);
+  if (service->m_is_changed) {
+    service->ReadAll();
+    return;
+  }
+  if (answer == nullptr) {
     PLATFORM_LOG(DLOG_WARN, "ModemManager does not answer: %s", error->message);
     return;
   }
-  service->m_manager = g_steal_pointer(&manager);
-  for (const char* signal : {"object-added", "object-removed", "interface-added", "interface-removed"}) {
-    g_signal_connect_swapped(service->m_manager, signal, G_CALLBACK(OnObjectsChanged), self);
-  }
-  service->LookForModems();
+  g_autoptr(GVariant) objects = g_variant_get_child_value(answer, 0);
+  service->m_modems = ModemsAmong(objects);
+  service->m_is_ready = true;
+  service->Tell();
   PublishReady(true);
 }
 
-void ModemService::OnObjectsChanged(ModemService* self) {
-  self->LookForModems();
+/// A service that did not answer is asked anew when it has something to say.
+void ModemService::OnChange(GDBusConnection* /*connection*/, const char* /*sender*/,
+                            const char* /*object*/, const char* /*interface*/, const char* signal,
+                            GVariant* arguments, gpointer self) {
+  auto* service = static_cast<ModemService*>(self);
+  if (service->m_reading != nullptr) {
+    service->m_is_changed = true;
+    return;
+  }
+  if (!service->m_is_ready) {
+    service->ReadAll();
+    return;
+  }
+  const char* object = nullptr;
+  const std::string name(signal);
+  if (name == "InterfacesAdded" &&
+      g_variant_is_of_type(arguments, G_VARIANT_TYPE("(oa{sa{sv}})")) != FALSE) {
+    g_autoptr(GVariant) interfaces = nullptr;
+    g_variant_get(arguments, "(&o@a{sa{sv}})", &object, &interfaces);
+    if (HasModem(interfaces)) {
+      service->m_modems.insert(object);
+    }
+  } else if (name == "InterfacesRemoved" &&
+             g_variant_is_of_type(arguments, G_VARIANT_TYPE("(oas)")) != FALSE) {
+    g_autofree const char** interfaces = nullptr;
+    g_variant_get(arguments, "(&o^a&s)", &object, &interfaces);
+    if (g_strv_contains(interfaces, kModem)) {
+      service->m_modems.erase(object);
+    }
+  }
+  service->Tell();
 }
 
 /// A service that is gone says nothing about the dongle, so this tells nobody that it was removed.
 void ModemService::Drop() {
-  if (m_attempt != nullptr) {
-    g_cancellable_cancel(m_attempt);
-    g_clear_object(&m_attempt);
+  if (m_reading != nullptr) {
+    g_cancellable_cancel(m_reading);
+    g_clear_object(&m_reading);
   }
-  if (m_manager != nullptr) {
-    g_signal_handlers_disconnect_by_data(m_manager, this);
-    g_clear_object(&m_manager);
+  if (m_connection != nullptr) {
+    g_dbus_connection_signal_unsubscribe(m_connection, m_subscription);
+    g_clear_object(&m_connection);
   }
+  m_modems.clear();
+  m_is_ready = false;
   PublishReady(false);
 }
 
-void ModemService::LookForModems() {
-  g_autofree char* owner =
-      g_dbus_object_manager_client_get_name_owner(G_DBUS_OBJECT_MANAGER_CLIENT(m_manager));
-  if (owner == nullptr) {
-    return;  // its objects go because the service went
-  }
-  bool is_inserted = false;
-  GList* objects = g_dbus_object_manager_get_objects(G_DBUS_OBJECT_MANAGER(m_manager));
-  for (const GList* object = objects; object != nullptr; object = object->next) {
-    is_inserted = is_inserted || mm_object_peek_modem(MM_OBJECT(object->data)) != nullptr;
-  }
-  g_list_free_full(objects, g_object_unref);
+void ModemService::Tell() {
+  const bool is_inserted = !m_modems.empty();
   if (is_inserted != m_is_inserted) {
     m_is_inserted = is_inserted;
     m_on_dongle(is_inserted);

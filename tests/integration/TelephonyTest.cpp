@@ -182,6 +182,78 @@ TEST_F(Telephony, ABusThatDiesIsAStateAndItsSuccessorIsTakenUp) {
   EXPECT_EQ(m_changes, Changes{1});
 }
 
+TEST_F(Telephony, AServiceThatAnswersLateIsWaitedForWithoutStandingStill) {
+  m_room.StartBus();
+  m_room.StartService();
+  m_room.InsertDongle();
+  m_room.Answer("late");
+  platform_start();
+  int turns = 0;
+  const guint timer = g_timeout_add(
+      10,
+      [](gpointer count) -> gboolean {
+        ++*static_cast<int*>(count);
+        return G_SOURCE_CONTINUE;
+      },
+      &turns);
+  RunLoopFor(500ms);
+  EXPECT_GE(turns, 25);
+  g_source_remove(timer);
+  EXPECT_EQ(Ready(), 0);
+  EXPECT_EQ(tel_init(nullptr), nullptr);
+  WaitForReady(true);
+  Listen();
+  EXPECT_EQ(Status(m_handle), 1);
+}
+
+TEST_F(Telephony, AServiceThatErrsTalksNonsenseOrSaysNothingIsNotReadyUntilItIsStartedAnew) {
+  m_room.StartBus();
+  m_room.StartService();
+  for (const char* how : {"error", "nonsense", "never"}) {
+    m_room.Answer(how);
+    platform_start();
+    Settle();
+    EXPECT_EQ(Ready(), 0) << how;
+    EXPECT_EQ(tel_init(nullptr), nullptr) << how;
+    m_room.StopService();
+    m_room.StartService();
+    WaitForReady(true);
+    platform_stop();
+  }
+}
+
+TEST_F(Telephony, AServiceThatDiesInTheMiddleOfAQuestionIsTakenUpAgain) {
+  m_room.StartBus();
+  platform_start();
+  for (int i = 0; i < 10; ++i) {
+    m_room.StartService();
+    WaitForReady(true);
+    m_room.StopService();
+    WaitForReady(false);
+    m_room.StartServiceThat("death");
+    Settle();
+    EXPECT_EQ(Ready(), 0);
+  }
+  m_room.StartService();
+  WaitForReady(true);
+}
+
+TEST_F(Telephony, APlatformThatStopsWaitsForNoAnswer) {
+  m_room.StartBus();
+  m_room.StartService();
+  m_room.Answer("late");
+  for (int i = 0; i < 3; ++i) {
+    platform_start();
+    RunLoopFor(50ms);
+    platform_stop();
+  }
+  RunLoopFor(2s);
+  EXPECT_EQ(Ready(), 0);
+  m_room.Answer("normally");
+  platform_start();
+  WaitForReady(true);
+}
+
 TEST_F(TelephonyProgram, TheDaemonStartsWithoutABusAndShowsTheDongleLater) {
   StartDaemon();
   m_room.StartBus();

@@ -18,7 +18,8 @@ class DiskStub {
   void Insert(const std::string& stick);
   void Remove(const std::string& name);
 
-  /// @param how  "normally", "never", "error", "nonsense" or "death"; with " Mount" behind it, to nobody
+  /// @param how  "normally", "never", "error", "nonsense", "death" or "late"; with " Mount" behind it,
+  /// to nobody
   ///             but who wants something mounted
   void Answer(const std::string& how);
 

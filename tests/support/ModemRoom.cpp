@@ -3,7 +3,11 @@
 #include <signal.h>
 
 void ModemRoom::StartService() {
-  m_service.emplace(std::vector<std::string>{STUB_MODEM_MANAGER}, "/run/modem-manager.log");
+  StartServiceThat("normally");
+}
+
+void ModemRoom::StartServiceThat(const std::string& answer) {
+  m_service.emplace(std::vector<std::string>{STUB_MODEM_MANAGER, answer}, "/run/modem-manager.log");
   m_service->ReadLine();
 }
 
@@ -17,4 +21,8 @@ void ModemRoom::InsertDongle() {
 
 void ModemRoom::RemoveDongle() {
   m_service->Ask("remove");
+}
+
+void ModemRoom::Answer(const std::string& how) {
+  m_service->Ask("answers " + how);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 
 #include "BusRoom.h"
 #include "Program.h"
@@ -15,6 +16,11 @@ class ModemRoom : public BusRoom {
   /// Return when the change is on the bus.
   void InsertDongle();
   void RemoveDongle();
+
+  /// @param how  to whoever asks for its modems: "normally", "never", "error", "nonsense", "death" or
+  ///             "late"
+  void StartServiceThat(const std::string& how);
+  void Answer(const std::string& how);
 
  private:
   std::optional<Program> m_service;

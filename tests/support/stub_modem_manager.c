@@ -1,5 +1,9 @@
-/* Stands where ModemManager stands on the bus, with at most one modem. It says a line when it has its
- * name, and answers each line of its standard input, "insert" or "remove", with one when that is done.
+/* Stands where ModemManager stands on the bus, with at most one modem; argument 1, if any, is how it
+ * answers (below). It says a line when it has its
+ * name, and answers each line of its standard input with one when that is done:
+ *   insert, remove
+ *   answers normally|never|error|nonsense|death|late
+ *     how it answers to whoever asks for its objects from then on
  */
 #include <gio/gio.h>
 #include <glib-unix.h>
@@ -7,6 +11,8 @@
 #include <stdio.h>
 #include <string.h>
 #include <unistd.h>
+
+#include "stub_answers.h"
 
 #define ROOT "/org/freedesktop/ModemManager1"
 #define MODEM ROOT "/Modem/0"
@@ -35,11 +41,15 @@ static gboolean on_command(gint fd, GIOCondition condition, gpointer modems) {
     _exit(0);
   }
   line[length] = '\0';
-  if (strncmp(line, "insert", 6) == 0) {
+  char** words = g_strsplit(g_strstrip(line), " ", 2);
+  if (strcmp(words[0], "insert") == 0) {
     insert_modem(modems);
-  } else if (strncmp(line, "remove", 6) == 0) {
+  } else if (strcmp(words[0], "remove") == 0) {
     g_dbus_object_manager_server_unexport(modems, MODEM);
+  } else if (strcmp(words[0], "answers") == 0) {
+    stub_answers_set(words[1], NULL);
   }
+  g_strfreev(words);
   GDBusConnection* connection = g_dbus_object_manager_server_get_connection(modems);
   say(connection, "done");
   g_object_unref(connection);
@@ -51,13 +61,16 @@ static void on_name(GDBusConnection* connection, const gchar* name, gpointer use
   say(connection, name);
 }
 
-int main(void) {
+int main(int argc, char** argv) {
+  static const char* const methods[] = {"GetManagedObjects", NULL};
   GError* error = NULL;
   GDBusConnection* connection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, NULL, &error);
   if (connection == NULL) {
     fprintf(stderr, "%s\n", error->message);
     return 1;
   }
+  stub_answers_init(connection, methods);
+  stub_answers_set(argc > 1 ? argv[1] : "normally", NULL);
   GDBusObjectManagerServer* modems = g_dbus_object_manager_server_new(ROOT);
   g_dbus_object_manager_server_set_connection(modems, connection);
   g_bus_own_name_on_connection(connection, "org.freedesktop.ModemManager1", G_BUS_NAME_OWNER_FLAGS_NONE,

@@ -3,7 +3,7 @@
  *   insert NAME [model=M] [vendor=V] [bus=B] [fixed] [partitions=N] [mounted=PATH] [unmountable=N]
  * [taken] a drive with N partitions (1), each with a file system; all mounted at PATH, or none, of which
  * the first "unmountable" cannot be; "taken": somebody else mounts them at the very moment remove NAME
- *   answers normally|never|error|nonsense|death [METHOD]
+ *   answers normally|never|error|nonsense|death|late [METHOD]
  *     how it answers to whoever asks for its objects or wants something mounted from then on; to a call
  *     of this method alone
  *   mounts
@@ -19,14 +19,11 @@
 #include <udisks/udisks.h>
 #include <unistd.h>
 
+#include "stub_answers.h"
+
 #define ROOT "/org/freedesktop/UDisks2"
 
-enum Answers { NORMALLY, NEVER, ERROR, NONSENSE, DEATH };
-
 static GDBusObjectManagerServer* disks;
-/* Read by the bus's thread as well. */
-static gint answers = NORMALLY;
-static gint is_mount_alone = 0;
 static gint mounts = 0;
 
 static void say(GDBusConnection* connection, const char* line) {
@@ -149,16 +146,6 @@ static void remove_drive(const char* name) {
   g_free(block);
 }
 
-static enum Answers answers_of(const char* word) {
-  static const char* const words[] = {"normally", "never", "error", "nonsense", "death"};
-  for (int i = 0; i < (int)G_N_ELEMENTS(words); ++i) {
-    if (strcmp(word, words[i]) == 0) {
-      return (enum Answers)i;
-    }
-  }
-  return NORMALLY;
-}
-
 static gboolean on_command(gint fd, GIOCondition condition, gpointer user_data) {
   char line[256];
   const ssize_t length = read(fd, line, sizeof line - 1);
@@ -175,8 +162,7 @@ static gboolean on_command(gint fd, GIOCondition condition, gpointer user_data) 
   } else if (strcmp(words[0], "remove") == 0) {
     remove_drive(words[1]);
   } else if (strcmp(words[0], "answers") == 0) {
-    g_atomic_int_set(&is_mount_alone, g_strcmp0(words[2], "Mount") == 0);
-    g_atomic_int_set(&answers, answers_of(words[1]));
+    stub_answers_set(words[1], words[2]);
   } else if (strcmp(words[0], "mounts") == 0) {
     g_free(answer);
     answer = g_strdup_printf("%d", mounts);
@@ -189,48 +175,20 @@ static gboolean on_command(gint fd, GIOCondition condition, gpointer user_data) 
   return G_SOURCE_CONTINUE;
 }
 
-/* In the bus's thread: what is not answered normally does not come further. */
-static GDBusMessage* on_message(GDBusConnection* connection, GDBusMessage* message, gboolean is_incoming,
-                                gpointer user_data) {
-  const char* member = g_dbus_message_get_member(message);
-  const enum Answers how = (enum Answers)g_atomic_int_get(&answers);
-  (void)user_data;
-  if (!is_incoming || how == NORMALLY || member == NULL ||
-      g_dbus_message_get_message_type(message) != G_DBUS_MESSAGE_TYPE_METHOD_CALL ||
-      (strcmp(member, "Mount") != 0 &&
-       (g_atomic_int_get(&is_mount_alone) || strcmp(member, "GetManagedObjects") != 0))) {
-    return message;
-  }
-  if (how == DEATH) {
-    _exit(1);
-  }
-  if (how != NEVER) {
-    GDBusMessage* reply = how == ERROR ? g_dbus_message_new_method_error(
-                                             message, "org.freedesktop.UDisks2.Error.Failed", "asked to")
-                                       : g_dbus_message_new_method_reply(message);
-    if (how == NONSENSE) {
-      g_dbus_message_set_body(reply, g_variant_new("(ix)", 1, (gint64)2));
-    }
-    g_dbus_connection_send_message(connection, reply, G_DBUS_SEND_MESSAGE_FLAGS_NONE, NULL, NULL);
-    g_object_unref(reply);
-  }
-  g_object_unref(message);
-  return NULL;
-}
-
 static void on_name(GDBusConnection* connection, const gchar* name, gpointer user_data) {
   (void)user_data;
   say(connection, name);
 }
 
 int main(void) {
+  static const char* const methods[] = {"GetManagedObjects", "Mount", NULL};
   GError* error = NULL;
   GDBusConnection* connection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, NULL, &error);
   if (connection == NULL) {
     fprintf(stderr, "%s\n", error->message);
     return 1;
   }
-  g_dbus_connection_add_filter(connection, on_message, NULL, NULL);
+  stub_answers_init(connection, methods);
   disks = g_dbus_object_manager_server_new(ROOT);
   g_dbus_object_manager_server_set_connection(disks, connection);
   g_bus_own_name_on_connection(connection, "org.freedesktop.UDisks2", G_BUS_NAME_OWNER_FLAGS_NONE,
