@@ -246,6 +246,10 @@ bool Air::HasMissed(const ScanRequest& request, gint64 since) {
   return has_missed || !has_heard;
 }
 
+void Air::Listen(const std::vector<int>& frequencies, Answer answer) {
+  m_queue.Look({frequencies, {}}, std::move(answer));
+}
+
 void Air::OnScanned(const ScanRequest& request, gint64 begun_at) {
   NoteNoise();
   m_read_at = 0;

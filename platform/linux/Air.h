@@ -53,6 +53,9 @@ class Air {
   /// @param answer       called once, after this returned, with whether the channels were looked at; who
   ///                     was heard has an `age` below the time that this took
   void Look(const std::vector<int>& frequencies, const std::string& name, Answer answer);
+  /// As Look(), but asks nobody: stays on each channel for longer than a beacon takes to come. So it
+  /// hears also those who do not answer everybody's question.
+  void Listen(const std::vector<int>& frequencies, Answer answer);
 
  private:
   Air();

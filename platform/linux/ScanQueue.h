@@ -12,7 +12,7 @@
 struct ScanRequest {
   std::vector<int> frequencies;    ///< MHz; empty: all channels
   std::vector<std::string> names;  ///< the bytes of names to ask for, the most wanted first; an empty
-                                   ///< one is answered by all
+                                   ///< one is answered by all; no names: nobody is asked
 };
 
 /// What can scan, one scan at a time. Others on the machine may scan with the same antenna.

@@ -86,7 +86,8 @@ std::string AddressOf(GVariant* value) {
 GVariant* OptionsOf(const ScanRequest& request) {
   GVariantBuilder options;
   g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
-  g_variant_builder_add(&options, "{sv}", "Type", g_variant_new_string("active"));
+  g_variant_builder_add(&options, "{sv}", "Type",
+                        g_variant_new_string(request.names.empty() ? "passive" : "active"));
   GVariantBuilder names;
   g_variant_builder_init(&names, G_VARIANT_TYPE("aay"));
   for (std::size_t i = 0; i < std::min(request.names.size(), kMaxNames); ++i) {
@@ -94,7 +95,11 @@ GVariant* OptionsOf(const ScanRequest& request) {
     g_variant_builder_add_value(
         &names, g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, name.data(), name.size(), 1));
   }
-  g_variant_builder_add(&options, "{sv}", "SSIDs", g_variant_builder_end(&names));
+  if (request.names.empty()) {
+    g_variant_builder_clear(&names);
+  } else {
+    g_variant_builder_add(&options, "{sv}", "SSIDs", g_variant_builder_end(&names));
+  }
   if (!request.frequencies.empty()) {
     GVariantBuilder channels;
     g_variant_builder_init(&channels, G_VARIANT_TYPE("a(uu)"));

@@ -244,19 +244,28 @@ void WifiConnector::BeginNetwork() {
 }
 
 void WifiConnector::Look() {
-  LookAt(ChannelsOf(m_request->target));
+  m_request->channels = ChannelsOf(m_request->target);
+  if (m_request->channels.empty()) {
+    LookEverywhere();
+  } else {
+    Air::Instance().Look(m_request->channels, m_request->target.name, Looked());
+  }
 }
 
-void WifiConnector::LookAt(const std::vector<int>& frequencies) {
-  m_request->is_all_looked_at = frequencies.empty();
-  Air::Instance().Look(frequencies, m_request->target.name,
-                       [this, number = m_request->number](bool is_done) {
-                         if (m_request && m_request->number == number) {
-                           OnLooked(is_done);
-                         }
-                       });
+void WifiConnector::LookEverywhere() {
+  m_request->is_all_looked_at = true;
+  Air::Instance().Look({}, m_request->target.name, Looked());
 }
 
+std::function<void(bool is_done)> WifiConnector::Looked() {
+  return [this, number = m_request->number](bool is_done) {
+    if (m_request && m_request->number == number) {
+      OnLooked(is_done);
+    }
+  };
+}
+
+/// One who keeps the TV out may keep silent when it asks, and is heard by its beacons all the same.
 void WifiConnector::OnLooked(bool is_done) {
   const Target& target = m_request->target;
   const bool may_be_anywhere = m_request->is_for_network || target.frequency == 0;
@@ -264,8 +273,11 @@ void WifiConnector::OnLooked(bool is_done) {
     End(WIFI_ERROR_OPERATION_FAILED);
   } else if (const Radio* const radio = StrongestOf(target, Air::Instance().Radios())) {
     Attempt(radio->bssid);
+  } else if (!m_request->has_listened && !m_request->is_all_looked_at) {
+    m_request->has_listened = true;
+    Air::Instance().Listen(m_request->channels, Looked());
   } else if (may_be_anywhere && !m_request->is_all_looked_at) {
-    LookAt({});
+    LookEverywhere();
   } else {
     End(WIFI_ERROR_NOT_FOUND);
   }

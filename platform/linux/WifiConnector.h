@@ -59,8 +59,10 @@ class WifiConnector {
     std::uint64_t number = 0;
     Answer answer = {};
     Target target = {};
-    bool is_for_network = false;    ///< ConnectToNetwork()
-    bool is_all_looked_at = false;  ///< all channels were
+    bool is_for_network = false;     ///< ConnectToNetwork()
+    std::vector<int> channels = {};  ///< MHz, that are looked at first
+    bool has_listened = false;       ///< and not only asked
+    bool is_all_looked_at = false;   ///< all channels were
   };
 
   WifiConnector() = default;
@@ -74,8 +76,9 @@ class WifiConnector {
   void End(int result);
   void BeginNetwork();
   void Look();
-  void LookAt(const std::vector<int>& frequencies);
+  void LookEverywhere();
   void OnLooked(bool is_done);
+  [[nodiscard]] std::function<void(bool is_done)> Looked();
   void Attempt(const std::string& bssid);
   void OnAttempted(wifi_error_e result);
   void Leave(std::function<void(bool has_left)> then);
