@@ -4,6 +4,7 @@
 
 #include "AsyncAnswer.h"
 #include "PlatformLog.h"
+#include "SavedWifi.h"
 #include "Supplicant.h"
 
 using wifi_profile::Profile;
@@ -12,31 +13,6 @@ namespace {
 
 /// Between the end of a connection and the reason for it.
 constexpr guint kGraceMs = 500;
-
-/// The profile that saves a network: of several the one that was used last.
-NMRemoteConnection* FindProfile(NMClient* client, NMDevice* device,
-                                const wifi_profile::Network& network) {
-  NMRemoteConnection* found = nullptr;
-  guint64 used = 0;
-  const GPtrArray* const profiles = nm_client_get_connections(client);
-  for (guint i = 0; i < profiles->len; ++i) {
-    auto* const profile = NM_REMOTE_CONNECTION(g_ptr_array_index(profiles, i));
-    NMConnection* const content = NM_CONNECTION(profile);
-    const bool is_of_a_moment =
-        (nm_remote_connection_get_flags(profile) & NM_SETTINGS_CONNECTION_FLAG_VOLATILE) != 0;
-    if (is_of_a_moment || !wifi_profile::IsOf(content, network.name, network.security) ||
-        nm_device_connection_compatible(device, content, nullptr) == FALSE) {
-      continue;
-    }
-    const guint64 time =
-        nm_setting_connection_get_timestamp(nm_connection_get_setting_connection(content));
-    if (found == nullptr || time > used) {
-      found = profile;
-      used = time;
-    }
-  }
-  return found;
-}
 
 }  // namespace
 
@@ -100,7 +76,10 @@ void WifiAttempt::ListenToTheSupplicant() {
 
 /// Reads the secrets only where the profile is changed: otherwise NetworkManager does that for itself.
 void WifiAttempt::Open() {
-  NMRemoteConnection* const profile = FindProfile(m_client, m_device, m_goal.network);
+  const std::string uuid = SavedWifi::ProfileThatOpens(
+      {.ssid = m_goal.network.name, .bssid = m_goal.network.bssid, .security = m_goal.network.security});
+  NMRemoteConnection* const profile =
+      uuid.empty() ? nullptr : nm_client_get_connection_by_uuid(m_client, uuid.c_str());
   if (profile == nullptr) {
     MakeProfile();
     return;

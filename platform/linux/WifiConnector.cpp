@@ -5,8 +5,10 @@
 #include <utility>
 
 #include "Air.h"
+#include "NetworkRadio.h"
 #include "NetworkService.h"
 #include "ProfileUpdates.h"
+#include "SavedProfiles.h"
 #include "Supplicant.h"
 
 namespace {
@@ -19,17 +21,8 @@ bool IsSameBssid(const std::string& one, const std::string& other) {
   return g_ascii_strcasecmp(one.c_str(), other.c_str()) == 0;
 }
 
-/// A router between the generations is heard as one and known as another.
-bool IsSameSecurity(wifi_security_type_e one, wifi_security_type_e other) {
-  const auto has_passphrase = [](wifi_security_type_e type) {
-    return type == WIFI_SECURITY_TYPE_WPA_PSK || type == WIFI_SECURITY_TYPE_WPA2_PSK ||
-           type == WIFI_SECURITY_TYPE_WPA_FT_PSK || type == WIFI_SECURITY_TYPE_SAE;
-  };
-  return one == other || (has_passphrase(one) && has_passphrase(other));
-}
-
 bool IsMet(const WifiConnector::Target& target, const Radio& radio) {
-  return radio.ssid == target.name && IsSameSecurity(radio.security, target.security) &&
+  return radio.ssid == target.name && network_radio::Opens(target.security, radio.security) &&
          (target.bssid.empty() || IsSameBssid(radio.bssid, target.bssid));
 }
 
@@ -48,27 +41,16 @@ std::vector<int> ChannelsOf(const WifiConnector::Target& target) {
 }
 
 /// @return null when none was heard
-const Radio* StrongestOf(const WifiConnector::Target& target, const std::vector<HeardRadio>& heard) {
-  const Radio* strongest = nullptr;
+const HeardRadio* StrongestOf(const WifiConnector::Target& target,
+                              const std::vector<HeardRadio>& heard) {
+  const HeardRadio* strongest = nullptr;
   for (const HeardRadio& one : heard) {
-    if (IsMet(target, one.radio) && (strongest == nullptr || one.radio.signal > strongest->signal)) {
-      strongest = &one.radio;
+    if (IsMet(target, one.radio) &&
+        (strongest == nullptr || one.radio.signal > strongest->radio.signal)) {
+      strongest = &one;
     }
   }
   return strongest;
-}
-
-/// Whether its beacons do not tell its name: NetworkManager must ask for it by name then.
-bool IsHidden(const std::string& bssid) {
-  const GPtrArray* const known = nm_device_wifi_get_access_points(NM_DEVICE_WIFI(TheDevice()));
-  for (guint i = 0; i < known->len; ++i) {
-    auto* const ap = NM_ACCESS_POINT(g_ptr_array_index(known, i));
-    const char* const address = nm_access_point_get_bssid(ap);
-    if (address != nullptr && IsSameBssid(address, bssid) && nm_access_point_get_ssid(ap) == nullptr) {
-      return true;
-    }
-  }
-  return false;
 }
 
 }  // namespace
@@ -144,7 +126,9 @@ bool WifiConnector::IsConnectedTo(const std::string& name, wifi_security_type_e 
   NMActiveConnection* const active = nm_device_get_active_connection(device);
   NMRemoteConnection* const profile =
       active == nullptr ? nullptr : nm_active_connection_get_connection(active);
-  if (profile == nullptr || !wifi_profile::IsOf(NM_CONNECTION(profile), name, security)) {
+  if (profile == nullptr ||
+      !saved_profiles::Opens(NM_CONNECTION(profile),
+                             {.ssid = name, .bssid = bssid, .security = security})) {
     return false;
   }
   NMAccessPoint* const ap = nm_device_wifi_get_active_access_point(NM_DEVICE_WIFI(device));
@@ -271,8 +255,8 @@ void WifiConnector::OnLooked(bool is_done) {
   const bool may_be_anywhere = m_request->is_for_network || target.frequency == 0;
   if (!is_done) {
     End(WIFI_ERROR_OPERATION_FAILED);
-  } else if (const Radio* const radio = StrongestOf(target, Air::Instance().Radios())) {
-    Attempt(radio->bssid);
+  } else if (const HeardRadio* const heard = StrongestOf(target, Air::Instance().Radios())) {
+    Attempt(heard->is_hidden);
   } else if (!m_request->has_listened && !m_request->is_all_looked_at) {
     m_request->has_listened = true;
     Air::Instance().Listen(m_request->channels, Looked());
@@ -283,8 +267,8 @@ void WifiConnector::OnLooked(bool is_done) {
   }
 }
 
-/// @param bssid  of a radio that was heard just now
-void WifiConnector::Attempt(const std::string& bssid) {
+/// @param is_hidden  NetworkManager must ask for the network by its name
+void WifiConnector::Attempt(bool is_hidden) {
   NMClient* const client = NetworkService::Instance().Client();
   NMDevice* const device = TheDevice();
   if (client == nullptr || device == nullptr) {
@@ -298,7 +282,7 @@ void WifiConnector::Attempt(const std::string& bssid) {
                                               .bssid = target.bssid,
                                               .security = target.security,
                                               .passphrase = target.passphrase.value_or(""),
-                                              .is_hidden = IsHidden(bssid)},
+                                              .is_hidden = is_hidden},
                                   .has_passphrase = target.passphrase.has_value()},
                                  [this](wifi_error_e result) { OnAttempted(result); });
 }

@@ -79,7 +79,7 @@ class WifiConnector {
   void LookEverywhere();
   void OnLooked(bool is_done);
   [[nodiscard]] std::function<void(bool is_done)> Looked();
-  void Attempt(const std::string& bssid);
+  void Attempt(bool is_hidden);
   void OnAttempted(wifi_error_e result);
   void Leave(std::function<void(bool has_left)> then);
   void Post(std::function<void()> task);

@@ -109,39 +109,6 @@ bool IsSurelyUnreadable(const char* path) {
 
 }  // namespace
 
-bool IsOf(NMConnection* profile, const std::string& name, wifi_security_type_e security) {
-  NMSettingWireless* const wireless = nm_connection_get_setting_wireless(profile);
-  GBytes* const ssid = wireless == nullptr ? nullptr : nm_setting_wireless_get_ssid(wireless);
-  if (ssid == nullptr) {
-    return false;
-  }
-  gsize size = 0;
-  const void* const bytes = g_bytes_get_data(ssid, &size);
-  if (name.size() != size || std::memcmp(name.data(), bytes, size) != 0) {
-    return false;
-  }
-  const char* const mode = nm_setting_wireless_get_mode(wireless);
-  if (mode != nullptr && !g_str_equal(mode, NM_SETTING_WIRELESS_MODE_INFRA)) {
-    return false;
-  }
-  const std::string_view key_management = KeyManagementOf(profile);
-  switch (security) {
-    case WIFI_SECURITY_TYPE_NONE:
-      return key_management.empty() || key_management == "owe";
-    case WIFI_SECURITY_TYPE_WEP:
-      return key_management == "none" || key_management == "ieee8021x";
-    case WIFI_SECURITY_TYPE_WPA_PSK:
-    case WIFI_SECURITY_TYPE_WPA2_PSK:
-    case WIFI_SECURITY_TYPE_WPA_FT_PSK:
-    case WIFI_SECURITY_TYPE_SAE:
-      // A router between the generations is heard as one and opened by the other.
-      return key_management == "wpa-psk" || key_management == "sae";
-    case WIFI_SECURITY_TYPE_EAP:
-      return key_management.starts_with("wpa-eap") || key_management == "ieee8021x";
-  }
-  return false;
-}
-
 Profile Make(const Network& network) {
   if (!IsPassphrase(network.security, network.passphrase)) {
     return nullptr;

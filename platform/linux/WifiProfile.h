@@ -19,9 +19,6 @@ struct Unref {
 };
 using Profile = std::unique_ptr<NMConnection, Unref>;
 
-/// Whether it is a profile of that network: `name` in bytes.
-bool IsOf(NMConnection* profile, const std::string& name, wifi_security_type_e security);
-
 struct Network {
   std::string name;   ///< bytes
   std::string bssid;  ///< of the one radio to take; empty: any

@@ -2,20 +2,9 @@
 #include "CallGate.h"
 #include "SsidText.h"
 #include "WifiConnector.h"
+#include "WifiInterface.h"
 #include "WifiManagers.h"
-#include "call_guarded.h"
 #include "wifi_manager.h"
-
-namespace {
-
-/// How the program's callback hears of the end of its request.
-WifiConnector::Answer AnswerTo(wifi_finished_cb callback, void* user_data) {
-  return [callback, user_data](int result) {
-    CallGuarded([&] { callback(static_cast<wifi_error_e>(result), user_data); });
-  };
-}
-
-}  // namespace
 
 int wifi_connect_target(const wifi_target_s* target, wifi_finished_cb callback, void* user_data) {
   const wifi_target_s named = target == nullptr ? wifi_target_s{} : *target;
@@ -24,8 +13,8 @@ int wifi_connect_target(const wifi_target_s* target, wifi_finished_cb callback, 
     return *refusal;
   }
   const bool has_name = named.essid != nullptr && *named.essid != '\0';
-  if (!has_name || named.frequency < 0 || callback == nullptr) {
-    return WIFI_ERROR_INVALID_PARAMETER;
+  if (const int error = wifi_interface::Check(has_name && named.frequency >= 0 && callback != nullptr)) {
+    return error;
   }
   WifiConnector::Target wanted{.name = ssid_text::ToBytes(named.essid),
                                .bssid = named.bssid == nullptr ? "" : named.bssid,
@@ -34,7 +23,8 @@ int wifi_connect_target(const wifi_target_s* target, wifi_finished_cb callback, 
   if (named.passphrase != nullptr) {
     wanted.passphrase = named.passphrase;
   }
-  return WifiConnector::Instance().Connect(std::move(wanted), AnswerTo(callback, user_data));
+  return WifiConnector::Instance().Connect(std::move(wanted),
+                                           wifi_interface::Answer(callback, user_data));
 }
 
 int wifi_connect(wifi_ap_h handle, wifi_finished_cb callback, void* user_data) {
@@ -42,10 +32,11 @@ int wifi_connect(wifi_ap_h handle, wifi_finished_cb callback, void* user_data) {
     return *refusal;
   }
   const AccessPoint* const ap = ap_handles::Find(handle);
-  if (ap == nullptr || callback == nullptr) {
-    return WIFI_ERROR_INVALID_PARAMETER;
+  if (const int error = wifi_interface::Check(ap != nullptr && callback != nullptr)) {
+    return error;
   }
-  return WifiConnector::Instance().ConnectToNetwork(ap->radio, AnswerTo(callback, user_data));
+  return WifiConnector::Instance().ConnectToNetwork(ap->radio,
+                                                    wifi_interface::Answer(callback, user_data));
 }
 
 int wifi_disconnect(wifi_ap_h handle, wifi_finished_cb callback, void* user_data) {
@@ -53,10 +44,10 @@ int wifi_disconnect(wifi_ap_h handle, wifi_finished_cb callback, void* user_data
     return *refusal;
   }
   const AccessPoint* const ap = ap_handles::Find(handle);
-  if (ap == nullptr || callback == nullptr) {
-    return WIFI_ERROR_INVALID_PARAMETER;
+  if (const int error = wifi_interface::Check(ap != nullptr && callback != nullptr)) {
+    return error;
   }
-  return WifiConnector::Instance().Disconnect(ap->radio, AnswerTo(callback, user_data));
+  return WifiConnector::Instance().Disconnect(ap->radio, wifi_interface::Answer(callback, user_data));
 }
 
 int wifi_manager_connect(wifi_manager_h manager, wifi_manager_ap_h handle,

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "SavedProfiles.h"
+
 using wifi_profile::Network;
 using wifi_profile::Profile;
 
@@ -63,37 +65,24 @@ TEST(WifiProfile, IsMadeForANameOfAnyBytes) {
   const Profile profile =
       wifi_profile::Make({kName, kRadio, WIFI_SECURITY_TYPE_WPA2_PSK, kSecret, true});
   EXPECT_TRUE(IsValid(profile));
-  EXPECT_TRUE(wifi_profile::IsOf(profile.get(), kName, WIFI_SECURITY_TYPE_WPA2_PSK));
-  EXPECT_FALSE(wifi_profile::IsOf(profile.get(), "Den", WIFI_SECURITY_TYPE_WPA2_PSK));
   EXPECT_EQ(RadioOf(profile), kRadio);
   EXPECT_EQ(wifi_profile::PassphraseOf(profile.get()), kSecret);
   EXPECT_TRUE(nm_setting_wireless_get_hidden(nm_connection_get_setting_wireless(profile.get())));
   EXPECT_TRUE(g_utf8_validate(nm_connection_get_id(profile.get()), -1, nullptr));
 }
 
-TEST(WifiProfile, IsOfTheSecurityThatItOpens) {
-  using Type = wifi_security_type_e;
-  constexpr Type kAll[] = {WIFI_SECURITY_TYPE_NONE,    WIFI_SECURITY_TYPE_WEP,
-                           WIFI_SECURITY_TYPE_WPA_PSK, WIFI_SECURITY_TYPE_WPA2_PSK,
-                           WIFI_SECURITY_TYPE_EAP,     WIFI_SECURITY_TYPE_WPA_FT_PSK,
-                           WIFI_SECURITY_TYPE_SAE};
-  const auto opens = [&](Type made, const char* passphrase) {
-    const Profile profile = wifi_profile::Make({"Den", "", made, passphrase});
+TEST(WifiProfile, OpensTheNetworkThatItIsMadeFor) {
+  for (const auto& [security, passphrase] :
+       {std::pair{WIFI_SECURITY_TYPE_NONE, ""}, std::pair{WIFI_SECURITY_TYPE_WEP, "abcde"},
+        std::pair{WIFI_SECURITY_TYPE_WPA_PSK, kSecret}, std::pair{WIFI_SECURITY_TYPE_WPA2_PSK, kSecret},
+        std::pair{WIFI_SECURITY_TYPE_WPA_FT_PSK, kSecret}, std::pair{WIFI_SECURITY_TYPE_SAE, "x"}}) {
+    const Profile profile = wifi_profile::Make({kName, "", security, passphrase});
     EXPECT_TRUE(IsValid(profile));
-    std::vector<Type> types;
-    for (const Type type : kAll) {
-      if (wifi_profile::IsOf(profile.get(), "Den", type)) {
-        types.push_back(type);
-      }
-    }
-    return types;
-  };
-  const std::vector<Type> shared = {WIFI_SECURITY_TYPE_WPA_PSK, WIFI_SECURITY_TYPE_WPA2_PSK,
-                                    WIFI_SECURITY_TYPE_WPA_FT_PSK, WIFI_SECURITY_TYPE_SAE};
-  EXPECT_EQ(opens(WIFI_SECURITY_TYPE_NONE, ""), std::vector{WIFI_SECURITY_TYPE_NONE});
-  EXPECT_EQ(opens(WIFI_SECURITY_TYPE_WEP, "abcde"), std::vector{WIFI_SECURITY_TYPE_WEP});
-  EXPECT_EQ(opens(WIFI_SECURITY_TYPE_WPA2_PSK, kSecret), shared);
-  EXPECT_EQ(opens(WIFI_SECURITY_TYPE_SAE, "x"), shared);
+    EXPECT_TRUE(saved_profiles::Opens(profile.get(), {.ssid = kName, .bssid = "", .security = security}))
+        << security;
+    EXPECT_FALSE(
+        saved_profiles::Opens(profile.get(), {.ssid = "Den", .bssid = "", .security = security}));
+  }
 }
 
 TEST(WifiProfile, IsNotMadeOfWhatIsNoPassphrase) {
