@@ -8,19 +8,22 @@
 
 namespace {
 
-void LetJoinByItself(NMDevice* device) {
+void Rejoin(NMDevice* device, const std::string& profile_uuid) {
   NMClient* const client = NetworkService::Instance().Client();
   if (client == nullptr) {
     return;  // it has forgotten what it was told when it comes back
   }
+  NMRemoteConnection* const profile = nm_client_get_connection_by_uuid(client, profile_uuid.c_str());
   const auto told = [](GObject* source, GAsyncResult* result, gpointer) {
     g_autoptr(GError) error = nullptr;
-    if (nm_client_dbus_set_property_finish(NM_CLIENT(source), result, &error) == FALSE) {
+    g_autoptr(NMActiveConnection) active =
+        nm_client_activate_connection_finish(NM_CLIENT(source), result, &error);
+    if (active == nullptr) {
       PLATFORM_LOG(DLOG_WARN, "the wired network stays closed: %s", error->message);
     }
   };
-  nm_client_dbus_set_property(client, nm_object_get_path(NM_OBJECT(device)), NM_DBUS_INTERFACE_DEVICE,
-                              "Autoconnect", g_variant_new_boolean(TRUE), -1, nullptr, told, nullptr);
+  nm_client_activate_connection_async(client, NM_CONNECTION(profile), device, nullptr, nullptr, told,
+                                      nullptr);
 }
 
 }  // namespace
@@ -90,8 +93,8 @@ void WiredRequests::Stop() {
   WatchCable(nullptr);
 }
 
-/// NetworkManager keeps a device that was left from joining by itself, also when its cable is plugged in
-/// anew.
+/// NetworkManager keeps a device that was left, and the profile with which it was joined, from joining
+/// by themselves, also when the cable is plugged in anew.
 void WiredRequests::WatchCable(NMDevice* device) {
   if (m_closed != nullptr) {
     g_signal_handlers_disconnect_by_data(m_closed, this);
@@ -99,18 +102,20 @@ void WiredRequests::WatchCable(NMDevice* device) {
   g_set_object(&m_closed, device);
   m_is_cable_out = false;
   if (m_closed != nullptr) {
-    const char* const news = NM_IS_DEVICE_ETHERNET(m_closed) ? "notify::" NM_DEVICE_ETHERNET_CARRIER
-                                                             : "notify::" NM_DEVICE_INTERFACE_FLAGS;
-    g_signal_connect_swapped(m_closed, news, G_CALLBACK(OnCable), this);
+    const char* const cable = NM_IS_DEVICE_ETHERNET(m_closed) ? "notify::" NM_DEVICE_ETHERNET_CARRIER
+                                                              : "notify::" NM_DEVICE_INTERFACE_FLAGS;
+    g_signal_connect_swapped(m_closed, cable, G_CALLBACK(OnCable), this);
+    g_signal_connect_swapped(m_closed, "notify::" NM_DEVICE_STATE, G_CALLBACK(OnCable), this);
   }
 }
 
+/// A cable that was out for long is in some time before its device can be used again.
 void WiredRequests::OnCable(WiredRequests* self) {
-  const bool is_in = HasCable(self->m_closed);
-  if (is_in && self->m_is_cable_out) {
-    LetJoinByItself(self->m_closed);
+  if (!HasCable(self->m_closed)) {
+    self->m_is_cable_out = true;
+  } else if (self->m_is_cable_out &&
+             nm_device_get_state(self->m_closed) == NM_DEVICE_STATE_DISCONNECTED) {
+    Rejoin(self->m_closed, self->m_profile);
     self->WatchCable(nullptr);
-  } else {
-    self->m_is_cable_out = !is_in;
   }
 }
