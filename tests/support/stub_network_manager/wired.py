@@ -29,6 +29,11 @@ class WiredDevice(device.Device):
     def is_in_reach(self, profile):
         return profile.kind() == "802-3-ethernet" and self.get("Carrier")
 
+    def Disconnect(self):
+        if self.activation is not None:
+            self.activation.profile.is_blocked = True
+        super().Disconnect()
+
     def begin(self):
         self.set_state(device.CONFIG)
         self.configure(air.LEASE)
