@@ -117,6 +117,9 @@ void SavedWifiTable::Save() const {
   constexpr auto kFlags =
       static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT | G_FILE_SET_CONTENTS_DURABLE);
   constexpr int kMode = 0640;
+  constexpr int kDirectoryMode = 0750;
+  g_autofree char* directory = g_path_get_dirname(m_path.c_str());
+  g_mkdir_with_parents(directory, kDirectoryMode);  // what cannot be made fails below
   g_autoptr(GError) error = nullptr;
   if (g_file_set_contents_full(m_path.c_str(), text.data(), static_cast<gssize>(text.size()), kFlags,
                                kMode, &error) == FALSE) {

@@ -1,9 +1,15 @@
+#include <algorithm>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include <glib.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include "BusRoom.h"
 #include "MainLoop.h"
@@ -42,6 +48,30 @@ std::string AddressOf(wifi_ap_h ap) {
       },
       ap);
 }
+
+/// The lines of the table beside the settings.
+int RecordCount() {
+  std::ifstream table(std::string(std::getenv("PELORUS_SETTINGS_DIR")) + "/wifi-networks");
+  return static_cast<int>(std::count(std::istreambuf_iterator<char>(table), {}, '\n'));
+}
+
+/// What the process holds.
+struct Inventory {
+  std::ptrdiff_t descriptors;
+  int sources;  // of the main loop
+  std::size_t memory;
+
+  static Inventory Now() {
+    using Entries = std::filesystem::directory_iterator;
+    const guint next = g_idle_add([](gpointer) -> gboolean { return G_SOURCE_REMOVE; }, nullptr);
+    g_source_remove(next);
+    int sources = 0;
+    for (guint id = 1; id < next; ++id) {
+      sources += g_main_context_find_source_by_id(nullptr, id) != nullptr ? 1 : 0;
+    }
+    return {std::distance(Entries("/proc/self/fd"), Entries()), sources, mallinfo2().uordblks};
+  }
+};
 
 class WifiService : public testing::Test {
  protected:
@@ -135,4 +165,99 @@ TEST_F(WifiService, TellsWhatItFindsConnectedAtTheStart) {
   EXPECT_EQ(wifi_ap_is_favorite(ap, &is_favorite), WIFI_ERROR_NONE);
   EXPECT_TRUE(is_favorite);
   EXPECT_EQ(wifi_ap_destroy(ap), WIFI_ERROR_NONE);
+}
+
+TEST_F(WifiService, AForgottenNetworkIsGoneAtOnceAndItsRecordWithIt) {
+  m_stub.StartBoth();
+  Join(m_den);
+  ASSERT_EQ(platform_start(), 0);
+  WaitForChanges(3);
+  EXPECT_EQ(RecordCount(), 1);
+  m_stub.Forget("Den");
+  RunLoopUntil([&] { return Saved().empty(); });
+  EXPECT_EQ(Saved(), "");
+  RunLoopUntil([] { return RecordCount() == 0; });
+}
+
+TEST_F(WifiService, RemembersFrequenciesOverRestarts) {
+  m_stub.StartBoth();
+  Join(m_den);
+  ASSERT_EQ(platform_start(), 0);
+  WaitForChanges(3);
+  m_stub.TakeOffAir(m_den.bssid);
+  RunLoopUntil([&] { return State() == WIFI_CONNECTION_STATE_DISCONNECTED; });
+  platform_stop();
+  ASSERT_EQ(platform_start(), 0);
+  WaitForService();
+  EXPECT_EQ(Saved(), "Den/3@2437 ");
+}
+
+TEST_F(WifiService, NamesOfAnyBytesComeThrough) {
+  const std::string name("\0\"\\\xff\x01 D\xc3\xa9n' ", 12);
+  m_stub.StartBoth();
+  Join({"02:00:00:00:40:00", name, 5180, -50, "wpa2", "fourteen geese"});
+  ASSERT_EQ(platform_start(), 0);
+  WaitForChanges(3);
+  const std::string text = "\\x00\"\\\\xff\\x01 D\xc3\xa9n' ";
+  ASSERT_EQ(m_changes.size(), 3U);
+  EXPECT_TRUE(m_changes.back().second.starts_with(text + " 02:00:00:00:40:00"))
+      << m_changes.back().second;
+  EXPECT_EQ(Saved(), text + "/3@5180 ");
+}
+
+TEST_F(WifiService, AServiceThatDiesTellsNothingAndIsTakenUpAgain) {
+  m_stub.StartBoth();
+  Join(m_den);
+  ASSERT_EQ(platform_start(), 0);
+  WaitForChanges(3);
+  m_changes.clear();
+  m_stub.Stop(WifiStub::kNetworkManager);
+  RunLoopUntil([] { return State() == kAway; });
+  EXPECT_EQ(Saved(), "none");
+  RunLoopFor(200ms);
+  EXPECT_EQ(m_changes, Changes{});
+  m_stub.Start(WifiStub::kNetworkManager);
+  WaitForChanges(4);  // the stand-in begins with nothing connected, as the service does
+  EXPECT_EQ(m_changes.front().first, WIFI_CONNECTION_STATE_DISCONNECTED);
+  EXPECT_EQ(m_changes.back().first, WIFI_CONNECTION_STATE_CONNECTED);
+}
+
+TEST_F(WifiService, ABusThatDiesIsAStateAndItsSuccessorIsTakenUp) {
+  ASSERT_EQ(platform_start(), 0);
+  m_stub.StartBoth();
+  WaitForService();
+  m_bus.CrashBus();
+  RunLoopUntil([] { return State() == kAway; });
+  RunLoopFor(200ms);
+  EXPECT_EQ(m_changes, Changes{});
+}
+
+/// Begins when all that is made once has been made. The heap finds its shape in some hundred restarts,
+/// at up to 250 bytes each; any object of NetworkManager's that is forgotten takes more.
+TEST_F(WifiService, RestartsOfNetworkManagerLeaveNothingBehind) {
+  constexpr int kRestarts = 200;
+  constexpr int kMostBytes = 400;
+  m_stub.StartBoth();
+  Join(m_den);
+  ASSERT_EQ(platform_start(), 0);
+  WaitForService();
+  const auto restart = [&](int count) {
+    for (int i = 0; i < count; ++i) {
+      m_stub.Stop(WifiStub::kNetworkManager);
+      RunLoopUntil([] { return State() == kAway; });
+      m_stub.Start(WifiStub::kNetworkManager);
+      WaitForService();
+    }
+    m_changes.clear();
+    RunLoopUntil([] { return State() == WIFI_CONNECTION_STATE_CONNECTED; });
+    RunLoopFor(500ms);
+    m_changes.clear();
+  };
+  restart(20);
+  const Inventory before = Inventory::Now();
+  restart(kRestarts);
+  const Inventory after = Inventory::Now();
+  EXPECT_EQ(after.descriptors, before.descriptors);
+  EXPECT_EQ(after.sources, before.sources);
+  EXPECT_LT(after.memory, before.memory + kRestarts * kMostBytes) << "bytes, of " << before.memory;
 }
