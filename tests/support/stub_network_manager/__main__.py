@@ -3,7 +3,7 @@
 
 It answers each line of its standard input with one when that is done. Texts are in hexadecimal, as the name
 of a network is any bytes.
-  start nm|supplicant             it is on the bus when that is answered
+  start nm|supplicant             it is on the bus when that is answered, and its first scan is over
   stop nm|supplicant              as a crash does
   radio BSSID ssid=HEX [frequency=MHZ] [signal=DBM] [security=none|wep|wpa|wpa2|sae|eap] [passphrase=HEX]
         [hidden] [answer=...]     puts it on the air, or in the place of one; answers: see air.Radio
@@ -78,6 +78,8 @@ class Room:
             if name == "supplicant":
                 self.wireless.on_supplicant(True)
             self.link.scan([], [])
+            while self.link.scan_timer:
+                GLib.MainContext.default().iteration(True)
 
     def stop(self, name):
         self.service(name).stop()
