@@ -20,6 +20,9 @@ constexpr char kBss[] = "fi.w1.wpa_supplicant1.BSS";
 constexpr char kProperties[] = "org.freedesktop.DBus.Properties";
 /// The supplicant gathers what has changed for some milliseconds, also beyond the end of a scan.
 constexpr guint kSettlingMs = 30;
+/// Radios that were not known are asked for one by one: some hundred on the first scan after a start.
+constexpr int kQuestionsAtATime = 32;
+constexpr int kMaxSettlingRounds = 300;
 constexpr std::size_t kMaxNames = 16;
 constexpr guint kChannelWidth = 20;
 constexpr int kUnknownNoise = 9999;
@@ -181,6 +184,9 @@ void SupplicantAir::Unfollow() {
   g_clear_object(&m_connection);
   m_path.clear();
   m_radios.clear();
+  m_unknown.clear();
+  m_to_ask.clear();
+  m_question_count = 0;
   m_connected.clear();
   m_poll.reset();
   m_is_polling = false;
@@ -230,24 +236,42 @@ void SupplicantAir::AskForAll() {
 }
 
 void SupplicantAir::AskFor(const std::string& path) {
+  if (m_unknown.insert(path).second) {
+    m_to_ask.push_back(path);
+    AskNext();
+  }
+}
+
+/// A bus carries few unanswered questions of one connection at a time, and refuses the others.
+void SupplicantAir::AskNext() {
   struct Question {
     SupplicantAir* air;
     std::string path;
   };
   const auto take = [](GObject* source, GAsyncResult* result, gpointer data) {
     const std::unique_ptr<Question> question(static_cast<Question*>(data));
-    g_autoptr(GVariant) reply =
-        g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, nullptr);
-    if (reply == nullptr) {
+    g_autoptr(GError) error = nullptr;
+    g_autoptr(GVariant) reply = g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, &error);
+    if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED)) {
       return;
     }
-    g_autoptr(GVariant) properties = g_variant_get_child_value(reply, 0);
-    question->air->OnRadio(question->path.c_str(), properties);
+    SupplicantAir& air = *question->air;
+    air.m_unknown.erase(question->path);
+    --air.m_question_count;
+    air.AskNext();
+    if (reply != nullptr) {
+      g_autoptr(GVariant) properties = g_variant_get_child_value(reply, 0);
+      air.OnRadio(question->path.c_str(), properties);
+    }
   };
-  g_dbus_connection_call(m_connection, kService, path.c_str(), kProperties, "GetAll",
-                         g_variant_new("(s)", kBss), G_VARIANT_TYPE("(a{sv})"),
-                         G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, m_questions, take,
-                         new Question{this, path});
+  while (m_question_count < kQuestionsAtATime && !m_to_ask.empty()) {
+    ++m_question_count;
+    auto* const question = new Question{this, m_to_ask.front()};
+    m_to_ask.pop_front();
+    g_dbus_connection_call(m_connection, kService, question->path.c_str(), kProperties, "GetAll",
+                           g_variant_new("(s)", kBss), G_VARIANT_TYPE("(a{sv})"),
+                           G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, m_questions, take, question);
+  }
 }
 
 /// One that nobody could address is none.
@@ -402,13 +426,17 @@ void SupplicantAir::OnScanDone(bool is_success) {
   if (!is_success) {
     return Finish(End::kAborted);
   }
-  const auto settled = [](gpointer self) -> gboolean {
+  m_settling_rounds = 0;
+  const auto settle = [](gpointer self) -> gboolean {
     auto* const air = static_cast<SupplicantAir*>(self);
+    if (!air->m_unknown.empty() && ++air->m_settling_rounds < kMaxSettlingRounds) {
+      return G_SOURCE_CONTINUE;
+    }
     air->m_settling = 0;
     air->Finish(End::kDone);
     return G_SOURCE_REMOVE;
   };
-  m_settling = g_timeout_add(kSettlingMs, settled, this);
+  m_settling = g_timeout_add(kSettlingMs, settle, this);
 }
 
 void SupplicantAir::Finish(End end) {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -52,6 +54,7 @@ class SupplicantAir final : public Scanner {
   void Unfollow();
   void AskForAll();
   void AskFor(const std::string& path);
+  void AskNext();
   void OnProperty(const std::string& name, GVariant* value);
   void OnRadio(const char* path, GVariant* properties);
   void OnChange(const char* path, GVariant* properties);
@@ -66,6 +69,9 @@ class SupplicantAir final : public Scanner {
   GCancellable* m_questions = nullptr;  // ends those that are under way
   std::vector<guint> m_subscriptions;
   std::map<std::string, Bss> m_radios;  // by the path of their object
+  std::set<std::string> m_unknown;      // the paths of those that are asked for, and of them
+  std::deque<std::string> m_to_ask;     // those whose turn has not come
+  int m_question_count = 0;             // under way
   std::string m_connected;              // path; "/" or empty: none
   std::optional<Poll> m_poll;           // of the connected one
   bool m_is_polling = false;
@@ -73,4 +79,5 @@ class SupplicantAir final : public Scanner {
   bool m_is_accepted = false;        // the scan that runs is ours
   unsigned m_round = 0;
   guint m_settling = 0;
+  int m_settling_rounds = 0;
 };
