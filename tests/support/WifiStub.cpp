@@ -20,6 +20,7 @@ WifiStub::WifiStub()
 void WifiStub::StartBoth() {
   Start(kSupplicant);
   Start(kNetworkManager);
+  Do("settle");
 }
 
 void WifiStub::PutOnAir(const Radio& radio) {

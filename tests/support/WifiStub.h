@@ -22,6 +22,7 @@ class WifiStub {
 
   /// Return when the service has its name on the bus.
   void Start(const std::string& service) { Do("start " + service); }
+  /// And has scanned once, as both do at their start.
   void StartBoth();
   /// As a crash does.
   void Stop(const std::string& service) { Do("stop " + service); }

@@ -18,8 +18,9 @@ of a network is any bytes.
   adapter out|in                  the Wi-Fi interface leaves the machine, and comes back as another object
   lose                            the link breaks, and who manages the network lets what is saved connect
   reconnect                       leaves the network, and begins to join it again
-  hurry                           connections take a millisecond or two from then on
+  hurry                           connections and scans of a channel take a millisecond or two from then on
   scan                            lets the supplicant scan everything, and waits for no end
+  settle                          waits until no scan runs
   answers nm|supplicant normally|late MS|error|nonsense|never|death [METHOD]
                                   how it answers calls from then on; to one method alone
   crowd N                         puts as many radios on the air
@@ -165,10 +166,14 @@ class Room:
 
     @staticmethod
     def hurry():
-        air.ASSOCIATION = air.KEY_EXCHANGE = air.LEASE = 1
+        air.ASSOCIATION = air.KEY_EXCHANGE = air.LEASE = air.CHANNEL_SCAN = 1
 
     def scan(self):
         self.link.scan([], [])
+
+    def settle(self):
+        while self.link.scan_timer:
+            GLib.MainContext.default().iteration(True)
 
     def answers(self, name, how, *rest):
         if how == "late":
