@@ -12,6 +12,7 @@
 #include "Network.h"
 #include "Program.h"
 #include "SettingsFile.h"
+#include "WifiStub.h"
 
 using namespace std::chrono_literals;
 
@@ -49,7 +50,8 @@ void KillTraced() {
 
 }  // namespace
 
-/// With the bus and the telephony service there, thus with all that the daemon may have to do with them.
+/// With the bus and its services there, thus with all that the daemon may have to do with them, and a
+/// Wi-Fi network in reach that it knows.
 TEST(Rest, MakesNoWakeUpOfItsOwn) {
   setenv(settings::kDirectoryVariable, "/run/settings", 1);
   network::EnterNamespace();
@@ -57,6 +59,11 @@ TEST(Rest, MakesNoWakeUpOfItsOwn) {
   ModemRoom room;
   room.StartBus();
   room.StartService();
+  WifiStub wifi;
+  const WifiStub::Radio home{.bssid = "02:00:00:00:01:00", .ssid = "Home"};
+  wifi.PutOnAir(home);
+  wifi.Save(home);
+  wifi.StartBoth();
   Program daemon({"strace", "-f", "-ttt", "-o", kTrace, PELORUS_PROGRAM}, "/run/pelorus.log");
   const double start = Now();
   RunLoopFor(34s);  // the ignore window's 30 s, and what is left of them
