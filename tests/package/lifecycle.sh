@@ -29,7 +29,7 @@ is_state() { [[ $(within systemctl is-active pelorus) == "$1" ]]; }
 main_pid() { within systemctl show --value --property MainPID pelorus; }
 
 lifecycle() {
-  local root all pid beside=(libpcap0.8 libpulse-mainloop-glib0 logrotate network-manager polkitd wpasupplicant)
+  local root all pid unit beside=(libpcap0.8 libpulse-mainloop-glib0 logrotate network-manager polkitd wpasupplicant)
   root=$(new_machine one "$MACHINES/base")
   all=()
   for package in pelorus pelorus-notification pelorusctl pelorus-virtual; do
