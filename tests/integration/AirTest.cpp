@@ -4,6 +4,7 @@
 #include <array>
 #include <chrono>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -55,6 +56,17 @@ class AirTest : public testing::Test {
     Air::Instance().Look({frequency}, name, [this](bool is_done) { m_answer = is_done; });
     RunLoopUntil([this] { return m_answer.has_value(); });
     return m_answer;
+  }
+  /// How often the supplicant was asked to scan since this was asked last.
+  int ScanCount() {
+    std::istringstream calls(m_services->Ask("calls"));
+    std::string call;
+    while (calls >> call) {
+      if (call.starts_with("Scan=")) {
+        return std::stoi(call.substr(5));
+      }
+    }
+    return 0;
   }
   static std::vector<std::string> Names() {
     std::vector<std::string> names;
@@ -141,6 +153,18 @@ TEST_F(AirOverTheBus, ARadioThatALaterScanMissesIsInReachNoMore) {
   EXPECT_EQ(Look(2437), true);
   EXPECT_EQ(Names(), std::vector<std::string>{"Cafe"});
   EXPECT_EQ(Air::Instance().Find(kDen), nullptr);
+}
+
+TEST_F(AirOverTheBus, ALookThatMissesSomebodyIsTakenTwice) {
+  m_services->PutOnAir({.bssid = kDen, .ssid = "Den", .frequency = 2437});
+  StartServices();
+  EXPECT_EQ(Scan(), true);
+  m_services->Ask("calls");
+  EXPECT_EQ(Look(2437), true);
+  EXPECT_EQ(ScanCount(), 1);
+  m_services->TakeOffAir(kDen);
+  EXPECT_EQ(Look(2437), true);
+  EXPECT_EQ(ScanCount(), 2);
 }
 
 TEST_F(AirOverTheBus, AHiddenRadioAnswersToItsName) {
