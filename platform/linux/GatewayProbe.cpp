@@ -87,9 +87,9 @@ GatewayProbe::GatewayProbe(std::string gateway, int link, Handler done)
   m_limit.After(0ms, [this] {
     if (Open()) {
       Ask();
-      return;
+    } else {
+      Finish(Result::kUnknown);
     }
-    Finish(kernel_tables::HasNeighbourFailed(m_link, m_gateway) ? Result::kSilent : Result::kUnknown);
   });
 }
 

@@ -10,8 +10,7 @@
 
 /// Asks the router of a link whether it is there, as a neighbour does: with a request of this process's
 /// own (ARP, or neighbour solicitation), because the kernel goes on trusting a router that has died for
-/// more than ten seconds. Needs CAP_NET_RAW; without it, what the kernel knows of its neighbours is all
-/// there is. Lives on the main loop; ending it ends the question.
+/// more than ten seconds. Needs CAP_NET_RAW. Lives on the main loop; ending it ends the question.
 class GatewayProbe {
  public:
   enum class Result {

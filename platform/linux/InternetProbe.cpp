@@ -5,6 +5,7 @@
 #include "DnsProbe.h"
 #include "GatewayProbe.h"
 #include "HttpProbe.h"
+#include "KernelTables.h"
 
 namespace {
 
@@ -31,6 +32,7 @@ void InternetProbe::AskGateway() {
         if (result == GatewayProbe::Result::kSilent) {
           Finish(Failed(WayStep::kGateway, false));
         } else {
+          m_is_gateway_unknown = result == GatewayProbe::Result::kUnknown;
           AskNameService();
         }
       });
@@ -41,7 +43,7 @@ void InternetProbe::AskNameService() {
     AskServer({m_config.host});
     return;
   }
-  const auto type = m_way.ipv4.empty() ? dns_message::Type::kIpv6 : dns_message::Type::kIpv4;
+  const auto type = m_way.is_ipv6 ? dns_message::Type::kIpv6 : dns_message::Type::kIpv4;
   m_dns = std::make_unique<DnsProbe>(
       m_config.host, type, m_way.link, [this](const DnsProbe::Result& result) {
         if (result.outcome == dns_message::Outcome::kAddresses) {
@@ -71,7 +73,12 @@ void InternetProbe::AskServer(std::vector<std::string> addresses) {
       });
 }
 
-void InternetProbe::Finish(const Result& result) {
+/// Where the router could not be asked, a silence behind it may be its own: by now the kernel has asked.
+void InternetProbe::Finish(Result result) {
+  if (m_is_gateway_unknown && result.finding.failed && !result.finding.is_certain &&
+      kernel_tables::IsNeighbourSilent(m_way.link, m_way.gateway)) {
+    result.finding.failed = WayStep::kGateway;
+  }
   const Handler done = std::move(m_done);
   done(result);
 }

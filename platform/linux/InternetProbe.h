@@ -36,11 +36,12 @@ class InternetProbe {
   void AskGateway();
   void AskNameService();
   void AskServer(std::vector<std::string> addresses);
-  void Finish(const Result& result);
+  void Finish(Result result);
 
   const WayOut m_way;
   const ProbeConfig m_config;
   Handler m_done;
+  bool m_is_gateway_unknown = false;
   std::unique_ptr<GatewayProbe> m_gateway;
   std::unique_ptr<DnsProbe> m_dns;
   std::unique_ptr<HttpProbe> m_http;

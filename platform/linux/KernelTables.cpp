@@ -233,9 +233,9 @@ std::optional<std::string> HardwareAddressOf(connection_type_e type) {
   return is_complete ? found : std::nullopt;
 }
 
-bool HasNeighbourFailed(int link_index, const std::string& address) {
+bool IsNeighbourSilent(int link_index, const std::string& address) {
   const auto socket = OpenForQuestions();
-  bool has_failed = false;
+  bool is_silent = false;
   const auto on_neighbour = [&](const nlmsghdr* message) {
     auto* header = const_cast<nlmsghdr*>(message);  // the parser reads it only
     if (!nlmsg_valid_hdr(header, sizeof(ndmsg))) {
@@ -249,13 +249,13 @@ bool HasNeighbourFailed(int link_index, const std::string& address) {
         neighbour->ndm_ifindex == link_index &&
         inet_ntop(neighbour->ndm_family, nla_data(destination), text, sizeof text) != nullptr &&
         address == text) {
-      has_failed = (neighbour->ndm_state & NUD_FAILED) != 0;
+      is_silent = (neighbour->ndm_state & (NUD_INCOMPLETE | NUD_FAILED)) != 0;
     }
   };
   return socket != nullptr &&
          socket->Dump(
-             RTM_GETNEIGH, [&] { has_failed = false; }, on_neighbour) &&
-         has_failed;
+             RTM_GETNEIGH, [&] { is_silent = false; }, on_neighbour) &&
+         is_silent;
 }
 
 }  // namespace kernel_tables

@@ -34,8 +34,8 @@ namespace kernel_tables {
 /// @return "AA:BB:CC:DD:EE:FF", or nullopt when there is no such interface or it has no such address
 [[nodiscard]] std::optional<std::string> HardwareAddressOf(connection_type_e type);
 
-/// Whether the kernel has asked a neighbour of an interface, and was not answered.
+/// Whether the kernel has asked a neighbour of an interface, and was not answered yet.
 /// @param address  as text, of either family
-[[nodiscard]] bool HasNeighbourFailed(int link_index, const std::string& address);
+[[nodiscard]] bool IsNeighbourSilent(int link_index, const std::string& address);
 
 }  // namespace kernel_tables

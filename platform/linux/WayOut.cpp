@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <linux/rtnetlink.h>
+#include <sys/socket.h>
 
 #include "DefaultRoute.h"
 #include "KernelTables.h"
@@ -52,8 +53,8 @@ const Link* LiveLink(const Tables& tables, int index) {
   return link != tables.links.end() && link->has_carrier ? &*link : nullptr;
 }
 
-/// Of several routes over one link, which are of both protocols, the older one's is asked.
-std::string GatewayOver(const Tables& tables, int link) {
+/// Of several routes over one link, which are of both protocols, the older one's. Null for none.
+const DefaultRoute* RouteOver(const Tables& tables, int link) {
   const DefaultRoute* best = nullptr;
   for (const DefaultRoute& route : tables.routes) {
     const auto rank = [](const DefaultRoute& r) { return std::pair(r.family, r.metric); };
@@ -61,7 +62,7 @@ std::string GatewayOver(const Tables& tables, int link) {
       best = &route;
     }
   }
-  return best == nullptr ? "" : best->gateway;
+  return best;
 }
 
 WayOut WayOver(const Tables& tables, const Link& link) {
@@ -69,7 +70,10 @@ WayOut WayOver(const Tables& tables, const Link& link) {
   way.has_link = true;
   way.link = link.index;
   way.is_wifi = DeviceTypeOf(link.index) == "wlan";
-  way.gateway = GatewayOver(tables, link.index);
+  if (const DefaultRoute* route = RouteOver(tables, link.index); route != nullptr) {
+    way.is_ipv6 = route->family == AF_INET6;
+    way.gateway = route->gateway;
+  }
   way.ipv4 = kernel_tables::AddressOf(link.index, CONNECTION_ADDRESS_FAMILY_IPV4).value_or("");
   way.ipv6 = kernel_tables::AddressOf(link.index, CONNECTION_ADDRESS_FAMILY_IPV6).value_or("");
   return way;

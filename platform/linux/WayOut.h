@@ -10,8 +10,9 @@ struct WayOut {
   /// The interface of the default route; 0 when nothing leads out.
   int link = 0;
   bool is_wifi = false;
-  std::string gateway;  ///< the router of that route, as text; empty when it names none
-  std::string ipv4;     ///< the machine's address there; empty for none
+  bool is_ipv6 = false;  ///< nothing leads out in the older protocol
+  std::string gateway;   ///< the router of that route, as text; empty when it names none
+  std::string ipv4;      ///< the machine's address there; empty for none
   std::string ipv6;
   bool operator==(const WayOut&) const = default;
 };

@@ -6,7 +6,10 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <linux/capability.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include "InternetRoom.h"
 #include "MainLoop.h"
@@ -27,6 +30,15 @@ struct Report {
   bool operator==(const Report&) const = default;
 };
 const Report kOnline{true, "HTTP"};
+
+void GiveUpRawSockets() {
+  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+  __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3]{};
+  ASSERT_EQ(syscall(SYS_capget, &header, data), 0);
+  data[0].effective &= ~(1U << CAP_NET_RAW);
+  ASSERT_EQ(syscall(SYS_capset, &header, data), 0);
+  ASSERT_LT(socket(AF_PACKET, SOCK_DGRAM, 0), 0);
+}
 
 /// The way from a cable to the internet, with a real router and real servers behind it.
 class InternetMonitorTest : public testing::Test {
@@ -115,6 +127,20 @@ TEST_F(InternetMonitor, TellsARouterThatHasDied) {
   ExpectFailure("GATEWAY", [this] { m_room->SetRouterAlive(true); });
 }
 
+/// What is left is to notice that the kernel gets no answer either, which takes it some time.
+TEST_F(InternetMonitor, TellsARouterThatHasDiedWithoutThePrivilegeToAskIt) {
+  GiveUpRawSockets();
+  // So that the kernel trusts a neighbour for a second, and not for half a minute.
+  std::ofstream("/proc/sys/net/ipv4/neigh/wall/base_reachable_time_ms") << 1000;
+  std::ofstream("/proc/sys/net/ipv4/neigh/wall/delay_first_probe_time") << 1;
+  BeOnline();
+  m_room->SetRouterAlive(false);
+  WaitFor({false, "GATEWAY"}, 40s);
+  m_room->SetRouterAlive(true);
+  m_reports.clear();
+  WaitFor(kOnline);
+}
+
 TEST_F(InternetMonitor, TellsAnUnknownName) {
   BeOnline();
   m_room->SetDns("nxdomain");
@@ -170,6 +196,7 @@ TEST_F(InternetMonitor, SaysNothingOfAFaultThatASecondLookDoesNotFind) {
 /// A network of the newer protocol alone: its router, its name service and its servers.
 TEST_F(InternetMonitor, ReachesThroughTheNewerProtocolAlone) {
   std::ofstream("/etc/resolv.conf") << "nameserver " << InternetRoom::kRouter6 << "\n";
+  network::AddAddress("wall", "198.51.100.7/24");  // which leads nowhere
   network::AddAddress("wall", "2001:db8::10/64");
   network::AddDefaultRoute("wall", AF_INET6, 100, InternetRoom::kRouter6);
   Listen();
