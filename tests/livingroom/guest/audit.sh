@@ -1,7 +1,7 @@
 # What a room leaves behind: nothing.
 
 # Places in which the services of the machine keep what is theirs.
-readonly NOT_THE_ROOMS='^/run/(room|house|udev|dbus|systemd|NetworkManager|wpa_supplicant|udisks2|netns)(/|$)'
+readonly NOT_THE_ROOMS='^/run/(room|house|udev|dbus|systemd|NetworkManager|wpa_supplicant|udisks2|mount|netns)(/|$)|^/media/root$'
 
 files() {
   find /tmp /var/tmp /home /opt /media /run /usr/apps /etc/pelorus /var/lib/pelorus 2>/dev/null |
@@ -33,6 +33,10 @@ end_all() {
   [[ ! -e $POPUPS ]] || cut -f1 "$POPUPS" | xargs kill 2>/dev/null
   forget_networks
   cable in
+  [[ ! -e /dev/sda ]] || stick out
+  [[ ! -s $GADGET/UDC ]] || modem out
+  runs ModemManager && end_service ModemManager
+  ip address flush dev eth0 2>/dev/null
 }
 
 audit() {

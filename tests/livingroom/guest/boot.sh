@@ -23,6 +23,9 @@ done
 rm -rf /etc/NetworkManager /var/lib/NetworkManager
 mkdir -p /etc/NetworkManager /var/lib/NetworkManager
 
+# The modem service is up in the rooms that start it, and does not come by itself because another asks for it.
+rm -f /usr/share/dbus-1/system-services/org.freedesktop.ModemManager1.service
+
 # shellcheck disable=SC1091 # written by run
 source /out/.post/facts
 export MODE ROOT BUILD LIVINGROOM

@@ -2,6 +2,7 @@
 # The TV has wlan0. The simulated radios hear each other at a constant -30 dBm.
 
 readonly ROUTER_ADDRESS=192.168.77.1
+readonly SLOW=02:11:22:33:44:50 FAST=02:11:22:33:44:54
 
 in_router() { ip netns exec router "$@"; }
 
@@ -67,10 +68,11 @@ heard_by() { grep -qF -- "$2" "$LOGS/hostapd-$1.log"; }
 # has_tv NAME: the TV is a station of that access point.
 has_tv() { ask_access_point "$1" list_sta | grep -qi "$(cat /sys/class/net/wlan0/address)"; }
 
-# addresses [OPTION]...: gives addresses to whoever comes, and names if an option says so.
+# addresses [OPTION]...: gives addresses to whoever comes, with further options of dnsmasq.
 addresses() {
   ip netns exec router dnsmasq --keep-in-foreground --interface=br0 --bind-interfaces --no-ping --user=root --leasefile-ro \
-    --dhcp-range=192.168.77.50,192.168.77.150,10m --pid-file= --no-resolv --no-hosts "${@:---port=0}" \
+    --dhcp-range=192.168.77.50,192.168.77.150,10m --dhcp-option=option:dns-server,$ROUTER_ADDRESS --port=0 \
+    --pid-file= "$@" \
     >> "$LOGS/dnsmasq.log" 2>&1 &
   echo $! > "$HERE/dnsmasq.pid"
 }
@@ -78,10 +80,82 @@ addresses() {
 # frames_pass INTERFACE: an answer of the router over it.
 frames_pass() { ping -c1 -W1 -I "$1" $ROUTER_ADDRESS; }
 
-# two_bands: one router of two radios, as at home.
+# two_bands [NAME]: one router of two radios, as at home; the fast one has another name if one is given.
 two_bands() {
   radios
-  access_point slow wlan1 HomeNet 02:11:22:33:44:50 g 1
-  access_point fast wlan2 HomeNet 02:11:22:33:44:54 a 36
+  access_point slow wlan1 HomeNet "$SLOW" g 1
+  access_point fast wlan2 "${1:-HomeNet}" "$FAST" a 36
   addresses
 }
+
+# receive_frames: at the router, into $HERE/heard.
+receive_frames() {
+  ip netns exec router python3 "$LIVINGROOM/guest/receiver.py" "$HERE/heard" &
+  echo $! > "$HERE/receiver.pid"
+  within 10 test -e "$HERE/heard"
+}
+
+# send_frames COUNT: from the TV to the router, each with its number.
+send_frames() {
+  local number
+  for ((number = 1; number <= $1; ++number)); do
+    echo "frame-$number" > /dev/udp/$ROUTER_ADDRESS/9999
+  done
+}
+
+# The frames in a text, in order and without those that came twice.
+frames_in() { grep -aoE 'frame-[0-9]+' | sort -u -t- -k2n; }
+
+# saved NAME SSID [SETTING VALUE]...: a network that the TV knows, with the key of access_point.
+saved() {
+  nmcli connection add type wifi con-name "$1" ifname wlan0 ssid "$2" wifi-sec.key-mgmt wpa-psk \
+    wifi-sec.psk secret123 "${@:3}" > "$HERE/said"
+}
+
+# traffic begin: a question to the router every 50 ms over wlan0, each answer with its time.
+# traffic gap: the longest time without an answer since, in ms.
+traffic() {
+  case $1 in
+    begin)
+      ping -D -i 0.05 -I wlan0 $ROUTER_ADDRESS > "$HERE/traffic" 2>&1 &
+      echo $! > "$HERE/traffic.pid"
+      within 5 grep -q 'bytes from' "$HERE/traffic"
+      ;;
+    gap)
+      kill "$(cat "$HERE/traffic.pid")"
+      rm "$HERE/traffic.pid"
+      sed -n 's/^\[\([0-9.]*\)\].*bytes from.*/\1/p' "$HERE/traffic" |
+        awk 'NR > 1 && $1 - last > most { most = $1 - last } { last = $1 } END { printf "%d\n", most * 1000 }'
+      ;;
+  esac
+}
+
+# on_slow_radio [NAME]: at home (see two_bands), with the TV on the 2.4 GHz radio and the daemon up, as a move to 5 GHz begins.
+on_slow_radio() {
+  network_manager
+  two_bands "$@"
+  saved home HomeNet wifi.bssid "$SLOW"
+  soon 40 "the TV is on the slow radio" nmcli --wait 30 connection up home
+  soon 5 "the slow radio has it" has_tv slow
+  consent
+  start_daemon
+  watch_keys db/menu/network/launchNS db/menu/network/SavedAPList db/menu/network/TopSavedAP
+  soon 20 "the TV's network is Wi-Fi" key_is db/menu/network/network_type Wireless
+  key_set db/menu/network/networkapp_status 1
+}
+
+# internet: what is behind the router, as the daemon is told to ask it every second. Not there, names are not known.
+# internet dns|http HOW: see internet.py.
+internet() {
+  if (($#)); then
+    echo "$2" > "$HERE/$1"
+    return
+  fi
+  ip netns exec router python3 "$LIVINGROOM/guest/internet.py" http://portal.test/login "$HERE" >> "$LOGS/internet.log" 2>&1 &
+  echo $! > "$HERE/internet.pid"
+  mkdir -p /etc/pelorus
+  printf '[InternetProbe]\nAddress=http://check.test/\nAnswer=you are online\nIntervalSeconds=1\n' > /etc/pelorus/network.conf
+}
+
+# The last verdict that the daemon was told about the way to the internet, as "DNS fails".
+verdict() { sed -n 's/.*StrState: \([A-Z]*\), Result 0$/\1 works/p; s/.*StrState: \([A-Z]*\), Result -.*/\1 fails/p' "$DAEMON_LOG" | tail -1; }

@@ -44,7 +44,7 @@ bus() {
 
 # The supplicant is started here, with a log that says why a connection failed; NetworkManager finds it on the bus.
 supplicant() {
-  runs supplicant || house supplicant wpa_supplicant -u -t -dd -O /run/wpa_supplicant
+  runs supplicant || house supplicant wpa_supplicant -u -t -O /run/wpa_supplicant
 }
 
 # network_manager [LINE...]: with further lines of its configuration.
@@ -65,7 +65,7 @@ network_manager() {
 forget_networks() {
   local uuid
   runs NetworkManager || return 0
-  nmcli -t -f UUID connection | while read -r uuid; do
+  nmcli -t -f UUID,TYPE connection | grep -v ':loopback$' | cut -d: -f1 | while read -r uuid; do
     nmcli connection delete "$uuid" > /dev/null 2>&1
   done
   rm -f /var/lib/NetworkManager/{seen-bssids,timestamps,*.lease}

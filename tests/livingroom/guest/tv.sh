@@ -86,3 +86,21 @@ dismiss() {
 
 # records EVENT: the KPI records of an event, one a line.
 records() { grep -F "\"$1\"" "$JOURNAL" 2>/dev/null; }
+
+# consent: the user agrees to measurements.
+consent() { key_set db/menu/marquee/homedatacontrol/defaultdisclaimeragree 1; }
+
+# has_record EVENT TEXT...: one record of the event that has all the texts.
+has_record() {
+  local event=$1 text found
+  found=$(records "$event")
+  shift
+  for text in "$@"; do found=$(grep -F -- "$text" <<< "$found"); done
+  [[ -n $found ]] || { echo "no $event with $*:"; cat "$JOURNAL"; return 1; }
+}
+
+# The names in the list of saved networks, in its order.
+saved_names() { key db/menu/network/SavedAPList | grep -o '"SSID" : "[^"]*"' | cut -d'"' -f4 | paste -sd' '; }
+
+# ask_for_fast: what the settings application writes.
+ask_for_fast() { key_set db/menu/network/launchNS START5GHZCONNECTION; }
