@@ -351,7 +351,9 @@ TEST_F(WifiServices, MayTellNonsenseOfWhatTheyHeard) {
     RunLoopFor(20ms);
     State();
     Answers answers;
-    Disconnect(answers);
+    if (Disconnect(answers) == WIFI_ERROR_NONE) {
+      WaitForOne(answers);
+    }
   }
   for (const char* service : {WifiStub::kSupplicant, WifiStub::kNetworkManager}) {
     m_stub->Stop(service);
