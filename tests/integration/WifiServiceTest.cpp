@@ -119,6 +119,7 @@ class WifiService : public testing::Test {
   void Join(const WifiStub::Radio& radio) {
     m_stub.PutOnAir(radio);
     m_stub.Save(radio, "autoconnect");
+    m_stub.Ask("scan");
   }
 
   BusRoom m_bus;
