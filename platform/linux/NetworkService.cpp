@@ -16,10 +16,12 @@ NetworkService& NetworkService::Instance() {
 }
 
 void NetworkService::Start() {
+  m_is_beginning = true;
   m_bus.Start([this](GDBusConnection* connection) { OnBus(connection); });
 }
 
 void NetworkService::Stop() {
+  m_is_beginning = false;
   m_bus.Stop();
   Drop();
   g_clear_handle_id(&m_tell, g_source_remove);
@@ -59,6 +61,7 @@ void NetworkService::OnClient(GObject* source, GAsyncResult* result, gpointer se
   }
   auto* service = static_cast<NetworkService*>(self);
   g_clear_object(&service->m_attempt);
+  service->m_is_beginning = false;
   if (client == nullptr) {
     PLATFORM_LOG(DLOG_WARN, "no client of NetworkManager: %s", error->message);
     return;

@@ -26,6 +26,9 @@ class NetworkService {
   ///         there, or not known yet
   [[nodiscard]] NMClient* Client() const;
 
+  /// Whether it has been started and could not find out yet if NetworkManager is there.
+  [[nodiscard]] bool IsBeginning() const { return m_is_beginning; }
+
   /// The Wi-Fi interface that the TV uses: the one that it used before as long as that is managed, else
   /// the first that is.
   /// @return borrowed as the client is; null while there is none
@@ -56,6 +59,7 @@ class NetworkService {
   static gboolean Tell(gpointer self);
 
   SystemBus m_bus;
+  bool m_is_beginning = false;
   GCancellable* m_attempt = nullptr;  // while the client is made
   NMClient* m_client = nullptr;
   NMDeviceWifi* m_wifi = nullptr;  // one of the client's, with a reference

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "EarlyClient.h"
 #include "NetworkRadio.h"
 #include "NetworkService.h"
 
@@ -17,10 +18,10 @@ bool IsSaved(NMRemoteConnection* connection) {
   return (nm_remote_connection_get_flags(connection) & kNotSaved) == 0;
 }
 
-/// @param visit  takes NMConnection*
+/// @param client  null: there is none to visit
+/// @param visit   takes NMConnection*
 template <class Visit>
-void ForEachSaved(Visit&& visit) {
-  NMClient* const client = NetworkService::Instance().Client();
+void ForEachSaved(NMClient* client, Visit&& visit) {
   const GPtrArray* connections = client == nullptr ? nullptr : nm_client_get_connections(client);
   for (guint i = 0; connections != nullptr && i < connections->len; ++i) {
     gpointer connection = g_ptr_array_index(connections, i);
@@ -30,9 +31,9 @@ void ForEachSaved(Visit&& visit) {
   }
 }
 
-std::vector<SavedProfile> Profiles() {
+std::vector<SavedProfile> ProfilesOf(NMClient* client) {
   std::vector<SavedProfile> profiles;
-  ForEachSaved([&](NMConnection* connection) {
+  ForEachSaved(client, [&](NMConnection* connection) {
     SavedProfile profile;
     if (saved_profiles::Read(connection, profile)) {
       profiles.push_back(std::move(profile));
@@ -80,16 +81,23 @@ void SavedWifi::Stop() {
   NetworkService::Instance().RemoveListener(this);
 }
 
-std::vector<SavedNetwork> SavedWifi::All() {
-  const auto profiles = Profiles();
-  LearnFrom(profiles);
+std::optional<std::vector<SavedNetwork>> SavedWifi::All() {
+  NetworkService& service = NetworkService::Instance();
+  std::vector<SavedProfile> profiles;
+  if (NMClient* const client = service.Client()) {
+    profiles = ProfilesOf(client);
+    LearnFrom(profiles);
+  } else if (!service.IsBeginning() || std::exchange(m_was_early, true) ||
+             !LookEarly([&](NMClient* early) { profiles = ProfilesOf(early); })) {
+    return std::nullopt;
+  }
   return saved_profiles::NetworksOf(profiles, m_table.All());
 }
 
 std::string SavedWifi::ProfileThatOpens(const Radio& radio) {
   NMConnection* found = nullptr;
   guint64 found_used = 0;
-  ForEachSaved([&](NMConnection* connection) {
+  ForEachSaved(NetworkService::Instance().Client(), [&](NMConnection* connection) {
     if (saved_profiles::Opens(connection, radio)) {
       const guint64 used =
           nm_setting_connection_get_timestamp(nm_connection_get_setting_connection(connection));
@@ -120,7 +128,7 @@ void SavedWifi::OnService() {
   m_table.RemoveUnless([client](const std::string& uuid) {
     return nm_client_get_connection_by_uuid(client, uuid.c_str()) != nullptr;
   });
-  LearnFrom(Profiles());
+  LearnFrom(ProfilesOf(client));
 }
 
 /// For networks that the TV knew before this daemon did: NetworkManager keeps the radios, though not

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,8 +19,11 @@ class SavedWifi {
   void Start();
   void Stop();
 
-  /// In the order in which they were used, the last one first. Empty while NetworkManager is not there.
-  [[nodiscard]] std::vector<SavedNetwork> All();
+  /// In the order in which they were used, the last one first. A question that comes before the client
+  /// of NetworkManager can be there waits for the answer, for a moment: it is the daemon's at its first
+  /// start on a machine, and it does not ask again.
+  /// @return nullopt while NetworkManager is not there
+  [[nodiscard]] std::optional<std::vector<SavedNetwork>> All();
 
   /// @return the uuid of the profile that opens the radio, of several the one that was used last; empty:
   ///         none does
@@ -36,4 +40,5 @@ class SavedWifi {
   void LearnFrom(const std::vector<SavedProfile>& profiles);
 
   SavedWifiTable m_table;
+  bool m_was_early = false;  // one question has been waited for
 };

@@ -66,8 +66,8 @@ int connection_get_profile_iterator(connection_h connection, connection_iterator
   if (ModemService::Instance().IsDongleInserted()) {
     walk.rest.push_back({CONNECTION_PROFILE_TYPE_CELLULAR, 0, connection});
   }
-  for (std::size_t i = SavedWifi::Instance().All().size(); i > 0; --i) {
-    walk.rest.push_back({CONNECTION_PROFILE_TYPE_WIFI, 0, connection});
+  if (const auto saved = SavedWifi::Instance().All()) {
+    walk.rest.insert(walk.rest.end(), saved->size(), {CONNECTION_PROFILE_TYPE_WIFI, 0, connection});
   }
   if (const auto cable = kernel_tables::FindCable()) {
     walk.rest.push_back({CONNECTION_PROFILE_TYPE_ETHERNET, *cable, connection});

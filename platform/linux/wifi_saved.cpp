@@ -1,6 +1,5 @@
 #include "AccessPointHandle.h"
 #include "CallGate.h"
-#include "NetworkService.h"
 #include "NumberedHandles.h"
 #include "SavedWifi.h"
 #include "SsidText.h"
@@ -28,11 +27,12 @@ Configs<Handle>& TheConfigs() {
 /// @return false while it is not known which there are
 template <class Handle, class Callback>
 bool Walk(Callback callback, void* user_data) {
-  if (NetworkService::Instance().Client() == nullptr) {
+  WifiConnection::Instance().NoteInUse();
+  const auto networks = SavedWifi::Instance().All();
+  if (!networks) {
     return false;
   }
-  WifiConnection::Instance().NoteInUse();
-  for (const SavedNetwork& network : SavedWifi::Instance().All()) {
+  for (const SavedNetwork& network : *networks) {
     const BorrowedHandle<Handle, SavedNetwork> handle(TheConfigs<Handle>(), network);
     bool goes_on = false;
     CallGuarded([&] { goes_on = callback(handle.Get(), user_data); });

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -130,6 +131,26 @@ class WifiService : public testing::Test {
 };
 
 }  // namespace
+
+TEST_F(WifiService, TellsTheSavedNetworksBeforeItsClientCanBeThere) {
+  m_stub.StartBoth();
+  m_stub.Save(m_den);
+  ASSERT_EQ(platform_start(), 0);
+  EXPECT_EQ(Saved(), "Den/3@0 ");
+}
+
+TEST_F(WifiService, WaitsOnceAndNotLongForAServiceThatDoesNotAnswer) {
+  m_stub.StartBoth();
+  m_stub.Save(m_den);
+  m_stub.Answer(WifiStub::kNetworkManager, "never");
+  ASSERT_EQ(platform_start(), 0);
+  for (const auto most : {1000ms, 50ms}) {
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(Saved(), "none");
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, most);
+  }
+  m_stub.Answer(WifiStub::kNetworkManager, "normally");
+}
 
 TEST_F(WifiService, IsUnknownWhileThereIsNoNetworkManager) {
   ASSERT_EQ(platform_start(), 0);
