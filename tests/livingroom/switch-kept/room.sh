@@ -1,0 +1,30 @@
+# The user asks for 5 GHz and keeps it. What passes is interrupted for less than a second, and for at most half
+# the time that it takes by hand.
+
+on_slow_radio
+traffic begin
+nmcli connection modify home wifi.bssid "$FAST"
+soon 60 "by hand it moves" nmcli --wait 50 connection up home
+soon 10 "the fast radio has it" has_tv fast
+pause 1
+by_hand=$(traffic gap)
+nmcli connection modify home wifi.bssid "$SLOW"
+soon 60 "by hand it moves back" nmcli --wait 50 connection up home
+soon 10 "the slow radio has it" has_tv slow
+
+traffic begin
+ask_for_fast
+soon 20 "the user is asked" key_is db/menu/network/launchNS SHOWPOPUP
+is "the fast radio has the TV" yes "$(has_tv fast && echo yes)"
+pause 1
+gap=$(traffic gap)
+say "longest time without an answer: $gap ms, by hand $by_hand ms"
+is "the interruption is at most a second" yes "$( ((gap <= 1000)) && echo yes || echo "$gap ms")"
+is "and at most half of that by hand" yes "$( ((2 * gap <= by_hand)) && echo yes || echo "$gap of $by_hand ms")"
+
+key_set db/menu/network/launchNS CONNECTPRESSED
+soon 10 "it stays" logged "Reached to final state ,operation success ,going to idle"
+soon 20 "there is a record of the move" has_record EV005 WIFI_BANDSWITCH swreason=0 select=1
+say "$(records EV005)"
+holds 5 "the fast radio keeps it" has_tv fast
+soon 5 "frames pass" frames_pass wlan0
