@@ -23,20 +23,21 @@ void SetMark(bool is_set) {
   }
 }
 
+void OnSet(GObject* source, GAsyncResult* result, gpointer /*data*/) {
+  g_autoptr(GError) error = nullptr;
+  if (nm_client_dbus_set_property_finish(NM_CLIENT(source), result, &error) == FALSE) {
+    PLATFORM_LOG(DLOG_WARN, "whether Wi-Fi connects by itself cannot be set: %s", error->message);
+  }
+}
+
 void SetAutoconnect(NMDevice* device, bool is_allowed) {
   NMClient* const client = NetworkService::Instance().Client();
   if (device == nullptr || client == nullptr) {
     return;  // who is not there connects nothing, and has forgotten it when it comes back
   }
-  const auto told = [](GObject* source, GAsyncResult* result, gpointer) {
-    g_autoptr(GError) error = nullptr;
-    if (nm_client_dbus_set_property_finish(NM_CLIENT(source), result, &error) == FALSE) {
-      PLATFORM_LOG(DLOG_WARN, "whether Wi-Fi connects by itself cannot be set: %s", error->message);
-    }
-  };
   nm_client_dbus_set_property(client, nm_object_get_path(NM_OBJECT(device)), NM_DBUS_INTERFACE_DEVICE,
                               "Autoconnect", g_variant_new_boolean(is_allowed ? TRUE : FALSE), -1,
-                              nullptr, told, nullptr);
+                              nullptr, OnSet, nullptr);
 }
 
 }  // namespace

@@ -56,7 +56,10 @@ std::unique_ptr<FileDescriptor> OpenForArp(int link) {
   here.sll_ifindex = link;
   const bool is_open =
       opened->ok() && bind(opened->get(), reinterpret_cast<const sockaddr*>(&here), sizeof here) == 0;
-  return is_open ? std::move(opened) : std::make_unique<FileDescriptor>(-1);
+  if (!is_open) {
+    opened = std::make_unique<FileDescriptor>(-1);
+  }
+  return opened;
 }
 
 std::unique_ptr<FileDescriptor> OpenForNeighbours(int link) {
@@ -74,7 +77,10 @@ std::unique_ptr<FileDescriptor> OpenForNeighbours(int link) {
           0 &&
       setsockopt(fd, IPPROTO_ICMPV6, ICMP6_FILTER, &filter, sizeof filter) == 0 &&
       setsockopt(fd, IPPROTO_IPV6, IPV6_MULTICAST_HOPS, &kNeighboursOnly, sizeof kNeighboursOnly) == 0;
-  return is_open ? std::move(opened) : std::make_unique<FileDescriptor>(-1);
+  if (!is_open) {
+    opened = std::make_unique<FileDescriptor>(-1);
+  }
+  return opened;
 }
 
 }  // namespace

@@ -20,7 +20,7 @@ std::vector<std::uint8_t> Question(const in_addr& wanted, const in_addr& source,
   std::memcpy(question.arp_spa, &source, sizeof source);
   std::memcpy(question.arp_tpa, &wanted, sizeof wanted);
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(&question);
-  return {bytes, bytes + sizeof question};
+  return std::vector<std::uint8_t>(bytes, bytes + sizeof question);
 }
 
 std::vector<std::uint8_t> Question(const in6_addr& wanted, const HardwareAddress& hardware) {
@@ -35,7 +35,7 @@ std::vector<std::uint8_t> Question(const in6_addr& wanted, const HardwareAddress
   question.option.nd_opt_len = 1;  // in units of eight bytes
   question.hardware = hardware;
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(&question);
-  return {bytes, bytes + sizeof question};
+  return std::vector<std::uint8_t>(bytes, bytes + sizeof question);
 }
 
 /// The solicited-node group: 24 bits of the address behind a fixed beginning.

@@ -139,7 +139,7 @@ ProbeConfig ProbeConfig::Read() {
     return {};
   }
   std::vector<std::string> complaints;
-  const ProbeConfig config = ParseProbeConfig(std::string(data, length), complaints);
+  ProbeConfig config = ParseProbeConfig(std::string(data, length), complaints);
   for (const std::string& complaint : complaints) {
     PLATFORM_LOG(DLOG_WARN, "%s: %s", path, complaint.c_str());
   }

@@ -9,13 +9,17 @@ namespace {
 
 using wifi_profile::Profile;
 
+void Complain(const char* what, const GError* error) {
+  PLATFORM_LOG(DLOG_WARN, "a profile %s: %s", what, error->message);
+}
+
 void Update(NMRemoteConnection* profile, NMConnection* full, NMSettingsUpdate2Flags flags, Done done) {
   const auto answer = [done = std::move(done)](GObject* source, GAsyncResult* result) {
     g_autoptr(GError) error = nullptr;
     g_autoptr(GVariant) reply =
         nm_remote_connection_update2_finish(NM_REMOTE_CONNECTION(source), result, &error);
     if (reply == nullptr) {
-      PLATFORM_LOG(DLOG_WARN, "a profile cannot be changed: %s", error->message);
+      Complain("cannot be changed", error);
     }
     if (done) {
       done(reply != nullptr);
@@ -48,7 +52,7 @@ void ReadSecrets(NMRemoteConnection* profile, WithSecrets answer) {
         nm_remote_connection_get_secrets_finish(NM_REMOTE_CONNECTION(source), result, &error);
     if (secrets == nullptr ||
         nm_connection_update_secrets(kept->get(), setting, secrets, &error) == FALSE) {
-      PLATFORM_LOG(DLOG_WARN, "a profile's secrets cannot be read: %s", error->message);
+      Complain("does not tell its secrets", error);
       answer(nullptr);
       return;
     }

@@ -8,21 +8,22 @@
 
 namespace {
 
+void OnJoined(GObject* source, GAsyncResult* result, gpointer /*data*/) {
+  g_autoptr(GError) error = nullptr;
+  g_autoptr(NMActiveConnection) active =
+      nm_client_activate_connection_finish(NM_CLIENT(source), result, &error);
+  if (active == nullptr) {
+    PLATFORM_LOG(DLOG_WARN, "the wired network stays closed: %s", error->message);
+  }
+}
+
 void Rejoin(NMDevice* device, const std::string& profile_uuid) {
   NMClient* const client = NetworkService::Instance().Client();
   if (client == nullptr) {
     return;  // it has forgotten what it was told when it comes back
   }
   NMRemoteConnection* const profile = nm_client_get_connection_by_uuid(client, profile_uuid.c_str());
-  const auto told = [](GObject* source, GAsyncResult* result, gpointer) {
-    g_autoptr(GError) error = nullptr;
-    g_autoptr(NMActiveConnection) active =
-        nm_client_activate_connection_finish(NM_CLIENT(source), result, &error);
-    if (active == nullptr) {
-      PLATFORM_LOG(DLOG_WARN, "the wired network stays closed: %s", error->message);
-    }
-  };
-  nm_client_activate_connection_async(client, NM_CONNECTION(profile), device, nullptr, nullptr, told,
+  nm_client_activate_connection_async(client, NM_CONNECTION(profile), device, nullptr, nullptr, OnJoined,
                                       nullptr);
 }
 

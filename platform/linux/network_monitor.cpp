@@ -56,9 +56,8 @@ void TellUser(const User& user, const InternetVerdict::Report& report) {
 
 void OnReport(const InternetVerdict::Report& report) {
   All().list.ForEach([&](const std::shared_ptr<User>& user) {
-    const auto kept = user;  // it may be removed by its callback
-    kept->first.Reset();     // this is newer
-    TellUser(*kept, report);
+    user->first.Reset();  // this is newer
+    TellUser(*user, report);
   });
 }
 

@@ -32,11 +32,8 @@ void Tell(wifi_connection_state_e state, const AccessPoint& ap) {
 
 namespace wifi_interface {
 
-int Check(bool arguments_are_given) {
-  if (!arguments_are_given) {
-    return WIFI_ERROR_INVALID_PARAMETER;
-  }
-  return TheInterface().is_initialized ? WIFI_ERROR_NONE : WIFI_ERROR_INVALID_OPERATION;
+bool IsInitialized() {
+  return TheInterface().is_initialized;
 }
 
 std::function<void(int result)> Answer(wifi_finished_cb callback, void* user_data) {

@@ -12,8 +12,8 @@ int wifi_connect_target(const wifi_target_s* target, wifi_finished_cb callback, 
                                               named.frequency, static_cast<int>(named.security_type))) {
     return *refusal;
   }
-  const bool has_name = named.essid != nullptr && *named.essid != '\0';
-  if (const int error = wifi_interface::Check(has_name && named.frequency >= 0 && callback != nullptr)) {
+  if (const int error = wifi_interface::Check(named.essid != nullptr && *named.essid != '\0' &&
+                                              named.frequency >= 0 && callback != nullptr)) {
     return error;
   }
   WifiConnector::Target wanted{.name = ssid_text::ToBytes(named.essid),

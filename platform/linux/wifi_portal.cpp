@@ -86,8 +86,7 @@ void Question::Answer(wifi_manager_error_e result, bool is_captive, std::string 
   const auto callback = m_callback;
   void* const user_data = m_user_data;
   Questions().remove_if([this](const Question& question) { return &question == this; });
-  CallGuarded(
-      [&] { callback(result, is_captive, page.empty() ? nullptr : page.data(), user_data); });
+  CallGuarded([&] { callback(result, is_captive, page.empty() ? nullptr : page.data(), user_data); });
 }
 
 }  // namespace
