@@ -1,26 +1,32 @@
 # The user asks for 5 GHz and keeps it. What passes is interrupted for less than a second, and for at most half
 # the time that it takes by hand.
 
+# by_hand BSSID: what was heard has grown old by then, as it has when somebody thinks of moving.
+by_hand() {
+  pause 8
+  nmcli connection modify home wifi.bssid "$1"
+  soon 60 "by hand it moves to $1" nmcli --wait 50 connection up home
+}
+
 on_slow_radio
 traffic begin
-nmcli connection modify home wifi.bssid "$FAST"
-soon 60 "by hand it moves" nmcli --wait 50 connection up home
+by_hand "$FAST"
 soon 10 "the fast radio has it" has_tv fast
 pause 1
-by_hand=$(traffic gap)
-nmcli connection modify home wifi.bssid "$SLOW"
-soon 60 "by hand it moves back" nmcli --wait 50 connection up home
+gap_by_hand=$(traffic gap)
+by_hand "$SLOW"
 soon 10 "the slow radio has it" has_tv slow
 
+pause 8
 traffic begin
 ask_for_fast
 soon 20 "the user is asked" key_is db/menu/network/launchNS SHOWPOPUP
 is "the fast radio has the TV" yes "$(has_tv fast && echo yes)"
 pause 1
 gap=$(traffic gap)
-say "longest time without an answer: $gap ms, by hand $by_hand ms"
+say "longest time without an answer: $gap ms, by hand $gap_by_hand ms"
 is "the interruption is at most a second" yes "$( ((gap <= 1000)) && echo yes || echo "$gap ms")"
-is "and at most half of that by hand" yes "$( ((2 * gap <= by_hand)) && echo yes || echo "$gap of $by_hand ms")"
+is "and at most half of that by hand" yes "$( ((2 * gap <= gap_by_hand)) && echo yes || echo "$gap of $gap_by_hand ms")"
 
 key_set db/menu/network/launchNS CONNECTPRESSED
 soon 10 "it stays" logged "Reached to final state ,operation success ,going to idle"
