@@ -56,6 +56,10 @@ class Air {
   /// As Look(), but asks nobody: stays on each channel for longer than a beacon takes to come. So it
   /// hears also those who do not answer everybody's question.
   void Listen(const std::vector<int>& frequencies, Answer answer);
+  /// The TV joins somebody: until ReleaseScans(), and for a few seconds at most, no scan begins, because
+  /// the antenna is wanted on one channel. Looks are taken.
+  void HoldScans() { m_queue.Hold(); }
+  void ReleaseScans() { m_queue.Release(); }
 
  private:
   Air();

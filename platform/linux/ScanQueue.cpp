@@ -12,6 +12,7 @@ namespace {
 constexpr guint kScanLimitMs = 90'000;
 constexpr guint kLookLimitMs = 4'000;
 constexpr guint kChannelLimitMs = 500;
+constexpr guint kHoldLimitMs = 5'000;
 
 /// Where an aborted scan needs a moment to end.
 constexpr guint kLookRetryMs = 150;
@@ -53,7 +54,27 @@ void ScanQueue::InsertAfterLooks(Job job) {
   m_jobs.insert(place, std::move(job));
 }
 
+void ScanQueue::Hold() {
+  const auto is_over = [](gpointer self) -> gboolean {
+    static_cast<ScanQueue*>(self)->m_hold = 0;
+    static_cast<ScanQueue*>(self)->Schedule();
+    return G_SOURCE_REMOVE;
+  };
+  g_clear_handle_id(&m_hold, g_source_remove);
+  m_hold = g_timeout_add(kHoldLimitMs, is_over, this);
+}
+
+void ScanQueue::Release() {
+  g_clear_handle_id(&m_hold, g_source_remove);
+  Schedule();
+}
+
+bool ScanQueue::IsNextHeldBack() const {
+  return m_hold != 0 && !m_jobs.front().is_look;
+}
+
 void ScanQueue::Clear() {
+  g_clear_handle_id(&m_hold, g_source_remove);
   StopTimers();
   g_clear_handle_id(&m_next, g_source_remove);
   ++m_round;
@@ -67,7 +88,7 @@ void ScanQueue::Clear() {
 
 /// A scan begins from the main loop, so that one which fails at once is not answered inside the call.
 void ScanQueue::Schedule() {
-  if (m_job || m_jobs.empty() || m_next != 0) {
+  if (m_job || m_jobs.empty() || m_next != 0 || IsNextHeldBack()) {
     return;
   }
   const auto begin = [](gpointer self) -> gboolean {
@@ -79,6 +100,9 @@ void ScanQueue::Schedule() {
 }
 
 void ScanQueue::BeginNext() {
+  if (IsNextHeldBack()) {
+    return;
+  }
   m_job = std::move(m_jobs.front());
   m_jobs.pop_front();
   const auto give_up = [](gpointer self) -> gboolean {

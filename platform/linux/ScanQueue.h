@@ -53,6 +53,10 @@ class ScanQueue {
 
   void Scan(ScanRequest request, Answer answer);
   void Look(ScanRequest request, Answer answer);
+  /// The antenna joins somebody: until Release(), and for a few seconds at most, no scan begins. Looks
+  /// do.
+  void Hold();
+  void Release();
   /// Ends all of them without an answer.
   void Clear();
 
@@ -66,6 +70,7 @@ class ScanQueue {
   };
 
   void InsertAfterLooks(Job job);
+  [[nodiscard]] bool IsNextHeldBack() const;
   void Schedule();
   void BeginNext();
   void Try();
@@ -88,4 +93,5 @@ class ScanQueue {
   guint m_next = 0;
   guint m_retry = 0;
   guint m_limit = 0;
+  guint m_hold = 0;  // while scans are held back
 };

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "Air.h"
 #include "AsyncAnswer.h"
 #include "PlatformLog.h"
 #include "SavedWifi.h"
@@ -32,9 +33,11 @@ WifiAttempt::WifiAttempt(NMClient* client, NMDeviceWifi* device, Goal goal, Ende
       m_ended(std::move(ended)),
       m_watch(m_goal.network.security) {
   g_signal_connect(m_device, "state-changed", G_CALLBACK(OnDeviceState), this);
+  Air::Instance().HoldScans();
 }
 
 WifiAttempt::~WifiAttempt() {
+  Air::Instance().ReleaseScans();
   Supplicant::Instance().RemoveListener(this);
   g_clear_handle_id(&m_grace, g_source_remove);
   if (m_active != nullptr) {

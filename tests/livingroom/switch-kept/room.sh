@@ -1,8 +1,10 @@
 # The user asks for 5 GHz and keeps it. What passes is interrupted for less than a second, and for at most half
 # the time that it takes by hand.
 
-# by_hand BSSID: what was heard has grown old by then, as it has when somebody thinks of moving.
+# by_hand BSSID: what was heard has grown old by then, as it has when somebody thinks of moving. Without the daemon,
+# whose scans would be of help.
 by_hand() {
+  stop_daemon
   pause 8
   nmcli connection modify home wifi.bssid "$1"
   soon 60 "by hand it moves to $1" nmcli --wait 50 connection up home
@@ -16,6 +18,9 @@ pause 1
 gap_by_hand=$(traffic gap)
 by_hand "$SLOW"
 soon 10 "the slow radio has it" has_tv slow
+start_daemon
+soon 20 "the TV's network is Wi-Fi" key_is db/menu/network/network_type Wireless
+key_set db/menu/network/networkapp_status 1
 
 pause 8
 traffic begin

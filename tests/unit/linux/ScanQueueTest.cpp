@@ -111,6 +111,30 @@ TEST_F(ScanQueues, ALookEndsTheScanThatRunsWhichBeginsAnew) {
   EXPECT_EQ(answers, (Words{"now done", "slow done", "later done"}));
 }
 
+TEST_F(ScanQueues, AScanIsHeldBackWhileTheAntennaJoinsSomebodyAndALookIsNot) {
+  Scan("held");
+  queue.Hold();
+  RunLoopFor(1s);
+  EXPECT_EQ(antenna.said, Words{});
+  Look("now");
+  UntilScanning();
+  antenna.Finish(End::kDone);
+  RunLoopFor(1s);
+  EXPECT_EQ(antenna.said, Words{"scan now"});
+  queue.Release();
+  UntilScanning();
+  EXPECT_EQ(antenna.said.back(), "scan held");
+}
+
+TEST_F(ScanQueues, AScanIsNotHeldBackForLong) {
+  queue.Hold();
+  Scan("held");
+  RunLoopFor(4s);
+  EXPECT_EQ(antenna.said, Words{});
+  RunLoopFor(2s);
+  EXPECT_EQ(antenna.said, Words{"scan held"});
+}
+
 TEST_F(ScanQueues, ALookDoesNotEndAnotherLook) {
   Look("first");
   UntilScanning();
