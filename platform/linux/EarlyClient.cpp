@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr guint kLongestMilliseconds = 250;
+constexpr guint kLongestMilliseconds = 2000;
 
 /// Everything about it happens in a main context of its own.
 class Attempt {

@@ -28,7 +28,8 @@ void NetworkService::Stop() {
 }
 
 NMClient* NetworkService::Client() const {
-  return m_client != nullptr && nm_client_get_nm_running(m_client) != FALSE ? m_client : nullptr;
+  const bool is_read = m_client != nullptr && m_attempt == nullptr;
+  return is_read && nm_client_get_nm_running(m_client) != FALSE ? m_client : nullptr;
 }
 
 void NetworkService::RemoveListener(const void* owner) {
@@ -67,15 +68,40 @@ void NetworkService::OnClient(GObject* source, GAsyncResult* result, gpointer se
     return;
   }
   service->m_client = NM_CLIENT(client);
-  for (const char* change : {"notify::" NM_CLIENT_NM_RUNNING, NM_CLIENT_DEVICE_REMOVED,
-                             NM_CLIENT_CONNECTION_ADDED, NM_CLIENT_CONNECTION_REMOVED}) {
+  for (const char* change :
+       {NM_CLIENT_DEVICE_REMOVED, NM_CLIENT_CONNECTION_ADDED, NM_CLIENT_CONNECTION_REMOVED}) {
     g_signal_connect_swapped(client, change, G_CALLBACK(OnChanged), self);
   }
+  g_signal_connect_swapped(client, "notify::" NM_CLIENT_NM_RUNNING, G_CALLBACK(OnRunning), self);
   g_signal_connect(client, NM_CLIENT_DEVICE_ADDED, G_CALLBACK(OnDeviceAdded), self);
   const GPtrArray* devices = nm_client_get_devices(service->m_client);
   for (guint i = 0; i < devices->len; ++i) {
     service->WatchDevice(NM_DEVICE(g_ptr_array_index(devices, i)));
   }
+  OnChanged(service);
+}
+
+/// A client that finds NetworkManager back says so before it has read the profiles, which are not gone
+/// meanwhile. It has asked for them by then, so that they are there when a later question is answered.
+void NetworkService::OnRunning(NetworkService* self) {
+  self->EndAttempt();
+  if (nm_client_get_nm_running(self->m_client) != FALSE) {
+    self->m_attempt = g_cancellable_new();
+    nm_client_dbus_call(self->m_client, NM_DBUS_PATH_SETTINGS, NM_DBUS_INTERFACE_SETTINGS,
+                        "ListConnections", nullptr, G_VARIANT_TYPE("(ao)"), -1, self->m_attempt, OnRead,
+                        self);
+  }
+  OnChanged(self);
+}
+
+void NetworkService::OnRead(GObject* client, GAsyncResult* result, gpointer self) {
+  g_autoptr(GError) error = nullptr;
+  g_autoptr(GVariant) profiles = nm_client_dbus_call_finish(NM_CLIENT(client), result, &error);
+  if (profiles == nullptr && g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED)) {
+    return;
+  }
+  auto* service = static_cast<NetworkService*>(self);
+  g_clear_object(&service->m_attempt);
   OnChanged(service);
 }
 
@@ -120,11 +146,15 @@ gboolean NetworkService::Tell(gpointer self) {
   return G_SOURCE_REMOVE;
 }
 
-void NetworkService::Drop() {
+void NetworkService::EndAttempt() {
   if (m_attempt != nullptr) {
     g_cancellable_cancel(m_attempt);
     g_clear_object(&m_attempt);
   }
+}
+
+void NetworkService::Drop() {
+  EndAttempt();
   g_clear_object(&m_wifi);
   if (m_client != nullptr) {
     Unwatch();

@@ -50,8 +50,11 @@ class NetworkService {
   void OnBus(GDBusConnection* connection);
   void MakeClient(GDBusConnection* connection);
   static void OnClient(GObject* source, GAsyncResult* result, gpointer self);
+  static void OnRunning(NetworkService* self);
+  static void OnRead(GObject* client, GAsyncResult* result, gpointer self);
   static void OnDeviceAdded(NMClient* client, NMDevice* device, gpointer self);
   static void OnChanged(NetworkService* self);
+  void EndAttempt();
   void Drop();
   void WatchDevice(NMDevice* device);
   void Unwatch();
@@ -60,7 +63,7 @@ class NetworkService {
 
   SystemBus m_bus;
   bool m_is_beginning = false;
-  GCancellable* m_attempt = nullptr;  // while the client is made
+  GCancellable* m_attempt = nullptr;  // while the client is made, or reads
   NMClient* m_client = nullptr;
   NMDeviceWifi* m_wifi = nullptr;  // one of the client's, with a reference
   guint m_tell = 0;                // source of the call to Tell() that is due

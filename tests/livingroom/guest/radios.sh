@@ -65,8 +65,8 @@ ask_access_point() { in_router hostapd_cli -p "$HERE/hostapd-$1" "${@:2}"; }
 # heard_by NAME TEXT: in an access point's log.
 heard_by() { grep -qF -- "$2" "$LOGS/hostapd-$1.log"; }
 
-# has_tv NAME: the TV is a station of that access point.
-has_tv() { ask_access_point "$1" list_sta | grep -qi "$(cat /sys/class/net/wlan0/address)"; }
+# has_tv NAME: the TV is a station of that access point, and let in.
+has_tv() { ask_access_point "$1" sta "$(cat /sys/class/net/wlan0/address)" | grep -qF '[AUTHORIZED]'; }
 
 # addresses [OPTION]...: gives addresses to whoever comes, with further options of dnsmasq.
 addresses() {
