@@ -11,6 +11,7 @@ namespace {
 constexpr char kService[] = "fi.w1.wpa_supplicant1";
 constexpr char kServicePath[] = "/fi/w1/wpa_supplicant1";
 constexpr char kInterface[] = "fi.w1.wpa_supplicant1.Interface";
+constexpr char kNetwork[] = "fi.w1.wpa_supplicant1.Network";
 constexpr char kProperties[] = "org.freedesktop.DBus.Properties";
 
 /// Who waits for the answer to a call.
@@ -251,6 +252,11 @@ void Supplicant::OnPropertiesChanged(GVariant* parameters) {
 }
 
 void Supplicant::Call(const char* method, GVariant* arguments, Reply reply) {
+  CallObject(m_path.c_str(), kInterface, method, arguments, std::move(reply));
+}
+
+void Supplicant::CallObject(const char* path, const char* interface, const char* method,
+                            GVariant* arguments, Reply reply) {
   auto* pending = new Pending{std::move(reply)};
   if (!IsReady()) {
     if (arguments != nullptr) {
@@ -260,6 +266,40 @@ void Supplicant::Call(const char* method, GVariant* arguments, Reply reply) {
     g_task_return_new_error(task, G_IO_ERROR, G_IO_ERROR_NOT_FOUND, "there is no such object");
     return;
   }
-  g_dbus_connection_call(m_connection, kService, m_path.c_str(), kInterface, method, arguments, nullptr,
+  g_dbus_connection_call(m_connection, kService, path, interface, method, arguments, nullptr,
                          G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, m_calls, OnReply, pending);
+}
+
+/// One that was not told to stay would come back with the next scan where it prefers the radio that it
+/// left, or was told to stay with that one.
+void Supplicant::MoveTo(const std::string& bssid,
+                        std::function<void(bool has_begun, const char* why_not)> reply) {
+  const auto then = [reply](const char* expected, std::function<void(GVariant * answer)> next) -> Reply {
+    return [reply, expected, next = std::move(next)](GVariant* answer, const GError* error) {
+      if (answer == nullptr) {
+        reply(false, error->message);
+      } else if (!g_variant_is_of_type(answer, G_VARIANT_TYPE(expected))) {
+        reply(false, "its answer makes no sense");
+      } else {
+        next(answer);
+      }
+    };
+  };
+  const auto roam = [this, bssid, reply, then](GVariant* /*answer*/) {
+    Call("Roam", g_variant_new("(s)", bssid.c_str()),
+         then("()", [reply](GVariant*) { reply(true, ""); }));
+  };
+  const auto stay = [this, bssid, then, roam](GVariant* answer) {
+    g_autoptr(GVariant) network = nullptr;
+    g_variant_get(answer, "(v)", &network);
+    const bool is_path = g_variant_is_of_type(network, G_VARIANT_TYPE_OBJECT_PATH);
+    GVariantDict properties;
+    g_variant_dict_init(&properties, nullptr);
+    g_variant_dict_insert(&properties, "bssid", "s", bssid.c_str());
+    CallObject(is_path ? g_variant_get_string(network, nullptr) : "/", kProperties, "Set",
+               g_variant_new("(ssv)", kNetwork, "Properties", g_variant_dict_end(&properties)),
+               then("()", roam));
+  };
+  CallObject(m_path.c_str(), kProperties, "Get", g_variant_new("(ss)", kInterface, "CurrentNetwork"),
+             then("(v)", stay));
 }

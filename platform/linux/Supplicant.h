@@ -60,11 +60,12 @@ class Supplicant {
   void Scan(GVariant* options, Reply reply) {
     Call("Scan", g_variant_new_tuple(&options, 1), std::move(reply));
   }
-  /// Moves to another radio of the same network, and keeps the address.
+  /// Moves to another radio of the network that it is connected to, without leaving the network, and
+  /// stays with that radio until whoever manages the network connects anew.
   /// @param bssid  one that the last scans heard
-  void Roam(const std::string& bssid, Reply reply) {
-    Call("Roam", g_variant_new("(s)", bssid.c_str()), std::move(reply));
-  }
+  /// @param reply  called once, after this returned. Where it has begun, the states tell how it goes;
+  ///               where it has not, the connection is as it was.
+  void MoveTo(const std::string& bssid, std::function<void(bool has_begun, const char* why_not)> reply);
   /// Asks the driver for the signal: the reply is (v) of a{sv} with "rssi", "noise" (9999: not known),
   /// "frequency", "width" and others.
   void SignalPoll(Reply reply) { Call("SignalPoll", nullptr, std::move(reply)); }
@@ -86,6 +87,8 @@ class Supplicant {
   void Adopt(const char* path);
   void Drop();
   void Unsubscribe(guint& subscription);
+  void CallObject(const char* path, const char* interface, const char* method, GVariant* arguments,
+                  Reply reply);
   void TellPresence() const;
 
   SystemBus m_bus;

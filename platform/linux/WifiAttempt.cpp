@@ -2,11 +2,14 @@
 
 #include <utility>
 
+#include <net/if.h>
+
 #include "Air.h"
 #include "AsyncAnswer.h"
 #include "PlatformLog.h"
 #include "SavedWifi.h"
 #include "Supplicant.h"
+#include "WifiConnection.h"
 
 using wifi_profile::Profile;
 
@@ -14,6 +17,9 @@ namespace {
 
 /// Between the end of a connection and the reason for it.
 constexpr guint kGraceMs = 500;
+
+/// A move takes a tenth of a second, and a few where the access point has everybody authenticated anew.
+constexpr guint kMoveMs = 5000;
 
 }  // namespace
 
@@ -40,6 +46,7 @@ WifiAttempt::~WifiAttempt() {
   Air::Instance().ReleaseScans();
   Supplicant::Instance().RemoveListener(this);
   g_clear_handle_id(&m_grace, g_source_remove);
+  g_clear_handle_id(&m_move_limit, g_source_remove);
   if (m_active != nullptr) {
     g_signal_handlers_disconnect_by_data(m_active, this);
     g_object_unref(m_active);
@@ -58,7 +65,7 @@ void WifiAttempt::ListenToTheSupplicant() {
   listener.owner = this;
   listener.on_property = [this](const std::string& name, GVariant* value) {
     if (name == "State" && g_variant_is_of_type(value, G_VARIANT_TYPE_STRING)) {
-      m_watch.OnState(g_variant_get_string(value, nullptr));
+      OnSupplicantState(g_variant_get_string(value, nullptr));
     } else if (!g_variant_is_of_type(value, G_VARIANT_TYPE_INT32)) {
       return;
     } else if (name == "AuthStatusCode") {
@@ -77,7 +84,6 @@ void WifiAttempt::ListenToTheSupplicant() {
   Supplicant::Instance().AddListener(std::move(listener));
 }
 
-/// Reads the secrets only where the profile is changed: otherwise NetworkManager does that for itself.
 void WifiAttempt::Open() {
   const std::string uuid = SavedWifi::ProfileThatOpens(
       {.ssid = m_goal.network.name, .bssid = m_goal.network.bssid, .security = m_goal.network.security});
@@ -94,11 +100,70 @@ void WifiAttempt::Open() {
     EndLater(WIFI_ERROR_OPERATION_FAILED);
     return;
   }
+  if (IsInUse(profile) && !m_goal.network.bssid.empty() && !m_goal.has_passphrase) {
+    Move();
+  } else {
+    OpenProfile();
+  }
+}
+
+bool WifiAttempt::IsInUse(NMRemoteConnection* profile) const {
+  NMActiveConnection* const active = nm_device_get_active_connection(m_device);
+  return active != nullptr && nm_active_connection_get_connection(active) == profile &&
+         nm_device_get_state(m_device) == NM_DEVICE_STATE_ACTIVATED;
+}
+
+/// What the supplicant will not do is done by NetworkManager.
+void WifiAttempt::Move() {
+  m_is_begun = true;
+  m_is_moving = true;
+  m_neighbours = Neighbours::Of(static_cast<int>(if_nametoindex(nm_device_get_iface(m_device))));
+  m_watch.OnDeviceState(NM_DEVICE_STATE_CONFIG, NM_DEVICE_STATE_REASON_NONE);
+  WifiConnection::Instance().BeginMove();
+  m_move_limit = g_timeout_add(kMoveMs, OnMoveTakesTooLong, this);
+  Supplicant::Instance().MoveTo(m_goal.network.bssid,
+                                [weak = weak_from_this()](bool is_begun, const char* why_not) {
+                                  const auto attempt = weak.lock();
+                                  if (attempt != nullptr && attempt->m_is_moving && !is_begun) {
+                                    attempt->ConnectAnew(why_not);
+                                  }
+                                });
+}
+
+gboolean WifiAttempt::OnMoveTakesTooLong(gpointer self) {
+  auto* attempt = static_cast<WifiAttempt*>(self);
+  attempt->m_move_limit = 0;
+  attempt->ConnectAnew("it does not get there");
+  return G_SOURCE_REMOVE;
+}
+
+void WifiAttempt::ConnectAnew(const char* reason) {
+  PLATFORM_LOG(DLOG_INFO, "connects anew, because the supplicant does not move: %s", reason);
+  g_clear_handle_id(&m_move_limit, g_source_remove);
+  g_clear_handle_id(&m_grace, g_source_remove);
+  m_is_begun = m_is_moving = false;
+  m_watch = ActivationWatch(m_goal.network.security);
+  OpenProfile();
+}
+
+void WifiAttempt::OnSupplicantState(const std::string& state) {
+  m_watch.OnState(state);
+  if (m_is_moving && state == "completed") {
+    m_neighbours.Restore();
+    WifiConnection::Instance().EndMove();
+    m_watch.OnActiveState(NM_ACTIVE_CONNECTION_STATE_ACTIVATED);
+  } else if (m_is_moving && state == "disconnected") {
+    m_watch.OnActiveState(NM_ACTIVE_CONNECTION_STATE_DEACTIVATED);
+  }
+}
+
+/// Reads the secrets only where the profile is changed: otherwise NetworkManager does that for itself.
+void WifiAttempt::OpenProfile() {
   if (m_goal.network.bssid.empty() && !m_goal.has_passphrase) {
     Activate();
     return;
   }
-  profile_updates::ReadSecrets(profile, [weak = weak_from_this()](Profile full) {
+  profile_updates::ReadSecrets(m_profile, [weak = weak_from_this()](Profile full) {
     if (const auto attempt = weak.lock()) {
       attempt->OnSecrets(std::move(full));
     }
@@ -227,8 +292,12 @@ void WifiAttempt::Judge() {
 gboolean WifiAttempt::OnReasonDoesNotCome(gpointer self) {
   auto* attempt = static_cast<WifiAttempt*>(self);
   attempt->m_grace = 0;
-  attempt->m_watch.OnReasonDoesNotCome();
-  attempt->Judge();
+  if (attempt->m_is_moving) {
+    attempt->End(WIFI_ERROR_NO_REPLY);
+  } else {
+    attempt->m_watch.OnReasonDoesNotCome();
+    attempt->Judge();
+  }
   return G_SOURCE_REMOVE;
 }
 

@@ -98,6 +98,7 @@ void WifiConnection::Stop() {
   NetworkService::Instance().RemoveListener(this);
   Use(nullptr);
   m_steps = {};
+  m_is_moving = false;
 }
 
 /// What NetworkManager says is not known while it is away, and so is no step.
@@ -129,7 +130,16 @@ void WifiConnection::OnChanged(WifiConnection* self) {
   self->Look();
 }
 
+void WifiConnection::EndMove() {
+  m_is_moving = false;
+  Look();
+}
+
 void WifiConnection::Look() {
+  m_is_moving = m_is_moving && StateOfDevice() == WIFI_CONNECTION_STATE_CONNECTED;
+  if (m_is_moving) {
+    return;
+  }
   const auto steps = m_steps.Become(StateOfDevice(), RadioOfDevice());
   if (m_steps.State() == WIFI_CONNECTION_STATE_CONNECTED) {
     SavedWifi::Instance().NoteConnection(ProfileInUse(), m_steps.Partner(), !steps.empty());
@@ -176,7 +186,7 @@ void WifiConnection::NoteInUse() const {
 
 /// One that moves between two radios has none for a moment, and stays connected to the first.
 Radio WifiConnection::RadioInUse() const {
-  Radio radio = RadioOfDevice();
+  Radio radio = m_is_moving ? Radio{} : RadioOfDevice();
   return radio.bssid.empty() && m_steps.State() == WIFI_CONNECTION_STATE_CONNECTED ? m_steps.Partner()
                                                                                    : radio;
 }

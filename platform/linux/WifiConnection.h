@@ -35,6 +35,11 @@ class WifiConnection {
   /// The uuid of the profile in use; empty while there is none.
   [[nodiscard]] std::string ProfileInUse() const;
 
+  /// The TV goes to another radio of its network without leaving the network, which NetworkManager says
+  /// it has reached when it has only asked there. Nothing is told until it has, or is connected no more.
+  void BeginMove() { m_is_moving = true; }
+  void EndMove();
+
   /// Lets the saved networks know where the TV is connected now, before the step is told.
   void NoteInUse() const;
 
@@ -48,6 +53,7 @@ class WifiConnection {
 
   Handler m_on_step;
   ConnectionSteps m_steps;
+  bool m_is_moving = false;
   NMDeviceWifi* m_device = nullptr;  // with a reference; its signals come here
 };
 

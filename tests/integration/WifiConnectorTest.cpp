@@ -33,6 +33,10 @@ const WifiStub::Radio kHigh{.bssid = "02:00:00:00:10:04",
                             .security = "wpa2",
                             .passphrase = "fourteen geese"};
 
+void Count(int* changes) {
+  ++*changes;
+}
+
 NMDevice* Device() {
   return NM_DEVICE(NetworkService::Instance().WifiDevice());
 }
@@ -134,6 +138,51 @@ TEST_F(AWifiConnection, ThatWasRefusedLeavesItsProfileAsItWasSavedAndTheTvInPeac
   EXPECT_EQ(m_stub.ConnectedBssid(), "");
   RunLoopUntil([&] { return m_stub.ConnectedBssid() == kLow.bssid; });  // life goes on
   EXPECT_FALSE(IsMarked());
+}
+
+TEST_F(AWifiConnection, MovesToAnotherRadioOfItsNetworkWithoutLeavingTheNetwork) {
+  m_stub.Save(kLow);
+  Start();
+  ASSERT_EQ(ConnectAndWait(kLow), WIFI_ERROR_NONE);
+  NMActiveConnection* const before = nm_device_get_active_connection(Device());
+  int changes = 0;
+  const gulong signal =
+      g_signal_connect_swapped(Device(), "notify::" NM_DEVICE_STATE, G_CALLBACK(Count), &changes);
+  for (const WifiStub::Radio& radio : {kHigh, kLow, kHigh}) {
+    EXPECT_EQ(ConnectAndWait(radio), WIFI_ERROR_NONE);
+    EXPECT_EQ(m_stub.ConnectedBssid(), radio.bssid);
+  }
+  g_signal_handler_disconnect(Device(), signal);
+  EXPECT_EQ(changes, 0);
+  EXPECT_EQ(nm_device_get_active_connection(Device()), before);
+  EXPECT_TRUE(IsAsSaved());
+  m_stub.Ask("scan");
+  RunLoopFor(1s);
+  EXPECT_EQ(m_stub.ConnectedBssid(), kHigh.bssid);  // stays, though the other is stronger
+}
+
+TEST_F(AWifiConnection, ConnectsAnewWhereTheSupplicantDoesNotMove) {
+  m_stub.Save(kLow);
+  Start();
+  ASSERT_EQ(ConnectAndWait(kLow), WIFI_ERROR_NONE);
+  for (const char* call : {"Get", "Set", "Roam"}) {
+    for (const char* how : {"error ", "nonsense ", "never "}) {
+      m_stub.Answer(WifiStub::kSupplicant, std::string(how) + call);
+      const auto& radio = m_stub.ConnectedBssid() == kLow.bssid ? kHigh : kLow;
+      EXPECT_EQ(ConnectAndWait(radio), WIFI_ERROR_NONE) << how << call;
+      EXPECT_EQ(m_stub.ConnectedBssid(), radio.bssid) << how << call;
+    }
+  }
+}
+
+TEST_F(AWifiConnection, ThatFindsNobodyWhereItMovesToIsLeft) {
+  m_stub.Save(kLow);
+  Start();
+  ASSERT_EQ(ConnectAndWait(kLow), WIFI_ERROR_NONE);
+  m_stub.SetAnswer(kHigh.bssid, "silent");
+  EXPECT_EQ(ConnectAndWait(kHigh), WIFI_ERROR_NO_REPLY);
+  EXPECT_EQ(m_stub.ConnectedBssid(), "");
+  EXPECT_EQ(ConnectAndWait(kLow), WIFI_ERROR_NONE);
 }
 
 TEST_F(AWifiConnection, ThatGivesWayToAnotherLeavesItsProfileAsItWasSaved) {

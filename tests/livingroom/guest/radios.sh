@@ -65,8 +65,11 @@ ask_access_point() { in_router hostapd_cli -p "$HERE/hostapd-$1" "${@:2}"; }
 # heard_by NAME TEXT: in an access point's log.
 heard_by() { grep -qF -- "$2" "$LOGS/hostapd-$1.log"; }
 
-# has_tv NAME: the TV is a station of that access point, and let in.
-has_tv() { ask_access_point "$1" sta "$(cat /sys/class/net/wlan0/address)" | grep -qF '[AUTHORIZED]'; }
+# has_tv NAME: the TV is at that access point, and let in. One that the TV left for another keeps it in its list.
+has_tv() {
+  iw dev wlan0 link | grep -qi "$(sed -n 's/^bssid=//p' "$HERE/$1.conf")" &&
+    ask_access_point "$1" sta "$(cat /sys/class/net/wlan0/address)" | grep -qF '[AUTHORIZED]'
+}
 
 # addresses [OPTION]...: gives addresses to whoever comes, with further options of dnsmasq.
 addresses() {

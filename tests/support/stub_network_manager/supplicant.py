@@ -67,6 +67,7 @@ BSS_INTERFACE = Interface(
         "Age": ("u", 0),
     },
 )
+NETWORK_INTERFACE = Interface(NAME + ".Network", {}, {"Properties": ("a{sv}", {}), "Enabled": ("b", True)})
 KEY_MANAGEMENT = {"wpa": "wpa-psk", "wpa2": "wpa-psk", "sae": "sae", "eap": "wpa-eap"}
 SCANS_BEFORE_FORGOTTEN = 2
 FRESH_SECONDS = 5
@@ -124,6 +125,19 @@ class Bss(BusObject):
         }
 
 
+class Network(BusObject):
+    """What the interface was told to connect to. Its radio may be named anew while it is connected."""
+
+    def __init__(self, service, number, network):
+        """network: as Link.connect() takes it"""
+        self.network = network
+        super().__init__(service, f"{INTERFACE_PATH}/Networks/{number}", [NETWORK_INTERFACE])
+
+    def was_set(self, name, value):
+        if name == "Properties" and "bssid" in value:
+            self.network["bssid"] = value["bssid"].upper()
+
+
 class Root(BusObject):
     def __init__(self, service, link):
         self.link = link
@@ -155,6 +169,8 @@ class Link(BusObject):
         self.number = 0
         self.scan_timer = 0
         self.network = None
+        self.configuration = None
+        self.configuration_count = 0
         self.bss = None
         self.timer = 0
         the_air.listeners.append(self._on_air_changed)
@@ -265,6 +281,9 @@ class Link(BusObject):
         """network: ssid, bssid (or None), security and psk"""
         self.leave()
         self.network = network
+        self.configuration = Network(self.service, self.configuration_count, network)
+        self.configuration_count += 1
+        self.set(CurrentNetwork=self.configuration.path)
         self._seek()
 
     def unplug(self):
@@ -290,6 +309,10 @@ class Link(BusObject):
 
     def leave(self):
         self.network = None
+        if self.configuration is not None:
+            self.set(CurrentNetwork="/")
+            self.configuration.remove()
+            self.configuration = None
         self._clear_timer()
         if self.bss is not None:
             self.bss = None
@@ -386,8 +409,11 @@ class Link(BusObject):
         if self.network is None:
             return
         if self.bss is not None and self.get("State") == "authenticating":
-            self._associate(self.bss)  # a roam that was refused leads back
-            return
+            if self.fits(self.bss):
+                self._associate(self.bss)  # a roam that was refused leads back
+                return
+            self.bss = None
+            self.set(State="disconnected", CurrentBSS="/")
         self.set(State="scanning")
         self._after(air.SUPPLICANT_RETRY, self._seek)
 
