@@ -66,7 +66,9 @@ int wifi_manager_config_foreach_configuration(wifi_manager_h manager, wifi_manag
 /// @param name  out: a heap string that the caller frees with free()
 int wifi_manager_config_get_name(wifi_manager_config_h config, char** name);
 int wifi_manager_config_get_security_type(wifi_manager_config_h config, wifi_security_type_e* type);
-/// @param frequency  out: MHz, where the TV was connected to it last
+/// @param frequency  out: MHz, where the TV was connected to it last; before the first time a backend
+/// may
+///                   tell where the network is heard
 int wifi_manager_config_get_frequency(wifi_manager_config_h config, int* frequency);
 
 /// An access point, the same thing as in the Wi-Fi interface.

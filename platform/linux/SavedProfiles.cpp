@@ -51,9 +51,12 @@ bool Read(NMConnection* connection, SavedProfile& profile) {
   if (wireless == nullptr || uuid == nullptr) {
     return false;
   }
-  profile = {uuid, network_radio::NameOf(nm_setting_wireless_get_ssid(wireless)), SecurityOf(connection),
+  profile = {uuid,
+             network_radio::NameOf(nm_setting_wireless_get_ssid(wireless)),
+             SecurityOf(connection),
              SeenBssidsOf(wireless),
-             static_cast<long long>(nm_setting_connection_get_timestamp(setting))};
+             static_cast<long long>(nm_setting_connection_get_timestamp(setting)),
+             nm_setting_wireless_get_hidden(wireless) != FALSE};
   return true;
 }
 
@@ -82,6 +85,7 @@ std::vector<SavedNetwork> NetworksOf(const std::vector<SavedProfile>& profiles,
     entry.network.ssid = profile.ssid;
     entry.network.security = profile.security;
     entry.network.last_used = std::max(entry.network.last_used, profile.last_used);
+    entry.network.is_hidden = entry.network.is_hidden || profile.is_hidden;
     const auto record = records.find(profile.uuid);
     if (record != records.end() && record->second.connected > entry.connected) {
       entry.connected = record->second.connected;

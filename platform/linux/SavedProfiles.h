@@ -15,14 +15,17 @@ struct SavedProfile {
   wifi_security_type_e security = WIFI_SECURITY_TYPE_NONE;
   std::vector<std::string> seen_bssids = {};  ///< "AA:BB:CC:DD:EE:FF", where it has been connected
   long long last_used = 0;                    ///< seconds since 1970; 0: never
+  bool is_hidden = false;                     ///< its radios do not tell their network's name
 };
 
 /// A saved network: all profiles of one name and one kind of security.
 struct SavedNetwork {
   std::string ssid;  ///< bytes
   wifi_security_type_e security = WIFI_SECURITY_TYPE_NONE;
-  int frequency = 0;        ///< MHz, where the TV was connected to it last; 0: not known
+  /// MHz, where the TV was connected to it last, else where it is heard; 0: not known
+  int frequency = 0;
   long long last_used = 0;  ///< seconds since 1970; 0: never, or not known
+  bool is_hidden = false;   ///< as one of its profiles says
 };
 
 /// What NetworkManager's profiles say of saved networks. Pure functions.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "Air.h"
 #include "EarlyClient.h"
 #include "NetworkRadio.h"
 #include "NetworkService.h"
@@ -65,6 +66,28 @@ Radio StrongestOf(const std::vector<std::string>& bssids) {
   return strongest;
 }
 
+/// The channel of the strongest radio that announces this name.
+/// @return MHz; 0 when there is none
+int FrequencyOf(const std::string& ssid, wifi_security_type_e security) {
+  const Radio* strongest = nullptr;
+  for (const HeardRadio& heard : Air::Instance().Radios()) {
+    if (heard.radio.ssid == ssid && network_radio::Opens(security, heard.radio.security) &&
+        (strongest == nullptr || heard.radio.signal > strongest->signal)) {
+      strongest = &heard.radio;
+    }
+  }
+  return strongest == nullptr ? 0 : strongest->frequency;
+}
+
+/// Of a network that the TV was never connected to. Who wants to connect to it scans there, and a hidden
+/// one is heard without its name until somebody asks for it.
+void AddFrequency(SavedNetwork& network) {
+  network.frequency = FrequencyOf(network.ssid, network.security);
+  if (network.frequency == 0 && network.is_hidden) {
+    network.frequency = FrequencyOf("", network.security);
+  }
+}
+
 }  // namespace
 
 SavedWifi& SavedWifi::Instance() {
@@ -91,7 +114,13 @@ std::optional<std::vector<SavedNetwork>> SavedWifi::All() {
              !LookEarly([&](NMClient* early) { profiles = ProfilesOf(early); })) {
     return std::nullopt;
   }
-  return saved_profiles::NetworksOf(profiles, m_table.All());
+  auto networks = saved_profiles::NetworksOf(profiles, m_table.All());
+  for (SavedNetwork& network : networks) {
+    if (network.frequency == 0) {
+      AddFrequency(network);
+    }
+  }
+  return networks;
 }
 
 std::string SavedWifi::ProfileThatOpens(const Radio& radio) {

@@ -61,6 +61,19 @@ Radio Heard(Radio radio) {
   return radio;
 }
 
+/// NetworkManager makes the profile of a network first, and then connects to it: whoever connects by itself
+/// has been there before.
+bool IsFirstUse() {
+  NMDevice* const device = WifiDevice();
+  NMActiveConnection* const active =
+      device == nullptr ? nullptr : nm_device_get_active_connection(device);
+  NMRemoteConnection* const profile =
+      active == nullptr ? nullptr : nm_active_connection_get_connection(active);
+  NMSettingConnection* const setting =
+      profile == nullptr ? nullptr : nm_connection_get_setting_connection(NM_CONNECTION(profile));
+  return setting != nullptr && nm_setting_connection_get_timestamp(setting) == 0;
+}
+
 /// @return one without an address while it is not known
 Radio RadioOfDevice() {
   NMDeviceWifi* const device = NetworkService::Instance().WifiDevice();
@@ -149,6 +162,9 @@ void WifiConnection::Look() {
     if (state != WIFI_CONNECTION_STATE_CONNECTED) {
       ap.ipv4.clear();
       ap.ipv6.clear();
+      if (IsFirstUse()) {
+        ap.uuid.clear();  // not saved, until it has proved its worth
+      }
     }
     if (m_on_step != nullptr) {  // a step before may have stopped this
       m_on_step(state, ap);

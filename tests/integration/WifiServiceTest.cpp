@@ -216,6 +216,42 @@ TEST_F(WifiService, RemembersFrequenciesOverRestarts) {
   EXPECT_EQ(Saved(), "Den/3@2437 ");
 }
 
+TEST_F(WifiService, KnowsTheFrequencyOfASavedNetworkThatIsHeard) {
+  const WifiStub::Radio attic{"02:00:00:00:20:00", "Attic", 2412, -70, "wpa2", "fourteen geese"};
+  WifiStub::Radio stronger = attic;
+  stronger.bssid = "02:00:00:00:20:04";
+  stronger.frequency = 5180;
+  stronger.signal = -50;
+  WifiStub::Radio open = attic;
+  open.bssid = "02:00:00:00:20:08";
+  open.frequency = 2472;
+  open.signal = -30;
+  open.security = "none";
+  m_stub.PutOnAir(attic);
+  m_stub.PutOnAir(stronger);
+  m_stub.PutOnAir(open);
+  m_stub.Save(attic);
+  m_stub.StartBoth();
+  ASSERT_EQ(platform_start(), 0);
+  RunLoopUntil([&] { return Saved() == "Attic/3@5180 "; });
+  m_stub.TakeOffAir(stronger.bssid);
+  RunLoopUntil([&] {
+    m_stub.Ask("scan");
+    return Saved() == "Attic/3@2412 ";
+  });
+}
+
+TEST_F(WifiService, KnowsTheFrequencyOfAHiddenNetworkByARadioWithoutAName) {
+  WifiStub::Radio cellar{"02:00:00:00:20:00", "Cellar", 2462, -70, "wpa2", "fourteen geese"};
+  cellar.is_hidden = true;
+  m_stub.PutOnAir(cellar);
+  m_stub.Save(cellar, "hidden");
+  m_stub.Save({"02:00:00:00:30:00", "Attic", 2412, -40, "wpa2", "fourteen geese"});
+  m_stub.StartBoth();
+  ASSERT_EQ(platform_start(), 0);
+  RunLoopUntil([&] { return Saved() == "Attic/3@0 Cellar/3@2462 "; });
+}
+
 TEST_F(WifiService, NamesOfAnyBytesComeThrough) {
   const std::string name("\0\"\\\xff\x01 D\xc3\xa9n' ", 12);
   m_stub.StartBoth();
