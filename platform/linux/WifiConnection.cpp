@@ -61,8 +61,8 @@ Radio Heard(Radio radio) {
   return radio;
 }
 
-/// NetworkManager makes the profile of a network first, and then connects to it: whoever connects by itself
-/// has been there before.
+/// NetworkManager makes the profile of a network first, and then connects to it: whoever connects by
+/// itself has been there before.
 bool IsFirstUse() {
   NMDevice* const device = WifiDevice();
   NMActiveConnection* const active =
