@@ -66,7 +66,7 @@ TEST(SavedWifiTable, IsKeptInItsFile) {
 
 TEST(SavedWifiTable, KeepsWhatItCannotWrite) {
   SavedWifiTable table;
-  table.Load("/nowhere/table");
+  table.Load("/proc/nowhere/table");
   table.Add({{kDen, kLow}});
   EXPECT_EQ(table.All(), (SavedWifiTable::Records{{kDen, kLow}}));
 }
