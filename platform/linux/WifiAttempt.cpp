@@ -150,7 +150,6 @@ void WifiAttempt::OnSupplicantState(const std::string& state) {
   m_watch.OnState(state);
   if (m_is_moving && state == "completed") {
     m_neighbours.Restore();
-    WifiConnection::Instance().EndMove();
     m_watch.OnActiveState(NM_ACTIVE_CONNECTION_STATE_ACTIVATED);
   } else if (m_is_moving && state == "disconnected") {
     m_watch.OnActiveState(NM_ACTIVE_CONNECTION_STATE_DEACTIVATED);
@@ -325,6 +324,12 @@ void WifiAttempt::Save() {
 
 void WifiAttempt::End(wifi_error_e result) {
   const auto self = shared_from_this();  // whom it tells may let it go
+  if (m_is_moving && result == WIFI_ERROR_NONE) {
+    WifiConnection::Instance().EndMove();
+    if (self.use_count() == 1) {
+      return;  // who heard of the steps has asked for something else
+    }
+  }
   if (const Ended ended = std::exchange(m_ended, nullptr)) {
     ended(result);
   }

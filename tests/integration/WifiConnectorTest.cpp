@@ -104,6 +104,7 @@ class WifiConnectorTest : public testing::Test {
     return std::filesystem::exists(settings::MemoryRoot() + "/wifi-autoconnect-is-held");
   }
 
+  static inline bool m_is_to_go_back = false;
   BusRoom m_bus;
   WifiStub m_stub;
 };
@@ -159,6 +160,28 @@ TEST_F(AWifiConnection, MovesToAnotherRadioOfItsNetworkWithoutLeavingTheNetwork)
   m_stub.Ask("scan");
   RunLoopFor(1s);
   EXPECT_EQ(m_stub.ConnectedBssid(), kHigh.bssid);  // stays, though the other is stronger
+}
+
+TEST_F(AWifiConnection, ThatHasMovedGivesWayToWhoeverHearsOfIt) {
+  m_stub.Save(kLow);
+  ASSERT_EQ(wifi_initialize(), WIFI_ERROR_NONE);
+  Start();
+  ASSERT_EQ(ConnectAndWait(kLow), WIFI_ERROR_NONE);
+  Results back;
+  const auto go_back = [](wifi_connection_state_e state, wifi_ap_h, void* results) {
+    auto& back = *static_cast<Results*>(results);
+    if (state == WIFI_CONNECTION_STATE_CONNECTED && m_is_to_go_back) {
+      m_is_to_go_back = false;
+      EXPECT_EQ(Connect(kLow, back), WIFI_ERROR_NONE);
+    }
+  };
+  m_is_to_go_back = true;
+  ASSERT_EQ(wifi_set_connection_state_changed_cb(go_back, &back), WIFI_ERROR_NONE);
+  EXPECT_EQ(ConnectAndWait(kHigh), WIFI_ERROR_OPERATION_ABORTED);
+  RunLoopUntil([&] { return !back.empty(); });
+  wifi_unset_connection_state_changed_cb();
+  EXPECT_EQ(back, Results{WIFI_ERROR_NONE});
+  EXPECT_EQ(m_stub.ConnectedBssid(), kLow.bssid);
 }
 
 TEST_F(AWifiConnection, ConnectsAnewWhereTheSupplicantDoesNotMove) {
