@@ -313,11 +313,11 @@ TEST_F(WifiService, ABusThatDiesIsAStateAndItsSuccessorIsTakenUp) {
   EXPECT_EQ(m_changes, Changes{});
 }
 
-/// Begins when all that is made once has been made. What is counted still moves by some 50 bytes a
-/// restart; any object of NetworkManager's that is forgotten takes more.
+/// Begins when all that is made once has been made. What is counted still moves by 35 to 125 bytes
+/// a restart; any object of NetworkManager's that is forgotten takes more.
 TEST_F(WifiService, RestartsOfNetworkManagerLeaveNothingBehind) {
   constexpr int kRestarts = 200;
-  constexpr int kMostBytes = 100;
+  constexpr int kMostBytes = 250;
   m_stub.StartBoth();
   Join(m_den);
   ASSERT_EQ(platform_start(), 0);
