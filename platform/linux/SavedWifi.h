@@ -29,6 +29,9 @@ class SavedWifi {
   ///         none does
   [[nodiscard]] static std::string ProfileThatOpens(const Radio& radio);
 
+  /// Whether the TV has been connected with a profile, also where NetworkManager has not told yet.
+  [[nodiscard]] bool HasBeenUsed(const std::string& uuid) const { return m_table.All().contains(uuid); }
+
   /// The TV is connected to a radio.
   /// @param uuid    of the profile; empty: of none
   /// @param is_new  it has just been connected; else that may be known already

@@ -71,7 +71,8 @@ bool IsFirstUse() {
       active == nullptr ? nullptr : nm_active_connection_get_connection(active);
   NMSettingConnection* const setting =
       profile == nullptr ? nullptr : nm_connection_get_setting_connection(NM_CONNECTION(profile));
-  return setting != nullptr && nm_setting_connection_get_timestamp(setting) == 0;
+  return setting != nullptr && nm_setting_connection_get_timestamp(setting) == 0 &&
+         !SavedWifi::Instance().HasBeenUsed(nm_setting_connection_get_uuid(setting));
 }
 
 /// @return one without an address while it is not known
@@ -153,6 +154,7 @@ void WifiConnection::Look() {
   if (m_is_moving) {
     return;
   }
+  const bool is_first_use = IsFirstUse();
   const auto steps = m_steps.Become(StateOfDevice(), RadioOfDevice());
   if (m_steps.State() == WIFI_CONNECTION_STATE_CONNECTED) {
     SavedWifi::Instance().NoteConnection(ProfileInUse(), m_steps.Partner(), !steps.empty());
@@ -162,7 +164,7 @@ void WifiConnection::Look() {
     if (state != WIFI_CONNECTION_STATE_CONNECTED) {
       ap.ipv4.clear();
       ap.ipv6.clear();
-      if (IsFirstUse()) {
+      if (is_first_use) {
         ap.uuid.clear();  // not saved, until it has proved its worth
       }
     }

@@ -191,6 +191,26 @@ TEST_F(WifiService, TellsWhatItFindsConnectedAtTheStart) {
   EXPECT_EQ(wifi_ap_destroy(ap), WIFI_ERROR_NONE);
 }
 
+TEST_F(WifiService, ANetworkCountsAsSavedFromTheEndOfItsFirstConnection) {
+  std::vector<bool> is_saved;
+  const auto note = [](wifi_connection_state_e state, wifi_ap_h ap, void* list) {
+    bool is_favorite = false;
+    if (state == WIFI_CONNECTION_STATE_ASSOCIATION || state == WIFI_CONNECTION_STATE_CONNECTED) {
+      EXPECT_EQ(wifi_ap_is_favorite(ap, &is_favorite), WIFI_ERROR_NONE);
+      static_cast<std::vector<bool>*>(list)->push_back(is_favorite);
+    }
+  };
+  ASSERT_EQ(wifi_set_connection_state_changed_cb(note, &is_saved), WIFI_ERROR_NONE);
+  m_stub.StartBoth();
+  ASSERT_EQ(platform_start(), 0);
+  WaitForService();
+  Join(m_den);
+  RunLoopUntil([&] { return is_saved.size() >= 2; });
+  m_stub.Ask("reconnect");
+  RunLoopUntil([&] { return is_saved.size() >= 4; });
+  EXPECT_EQ(is_saved, (std::vector<bool>{false, true, true, true}));
+}
+
 TEST_F(WifiService, AForgottenNetworkIsGoneAtOnceAndItsRecordWithIt) {
   m_stub.StartBoth();
   Join(m_den);
