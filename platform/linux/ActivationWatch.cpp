@@ -66,7 +66,9 @@ void ActivationWatch::OnDeviceState(NMDeviceState state, NMDeviceStateReason rea
     case NM_DEVICE_STATE_DISCONNECTED:
     case NM_DEVICE_STATE_UNAVAILABLE:
     case NM_DEVICE_STATE_UNMANAGED:
-      if (m_phase != Phase::kQueued) {
+      if (reason == NM_DEVICE_STATE_REASON_NEW_ACTIVATION) {
+        m_phase = Phase::kQueued;  // the steps so far were an older one's, which makes room for this one
+      } else if (m_phase != Phase::kQueued) {
         Conclude(ErrorOf(reason));
       }
       break;

@@ -10,7 +10,9 @@
 /// Judges one activation of a Wi-Fi connection by what NetworkManager and the supplicant say of it.
 /// NetworkManager knows surely that a connection stands, and takes 15 to 76 s to say that it does not;
 /// the supplicant knows within half a second what the access point answered. Does nothing but judge; fed
-/// from the moment when the activation is asked for.
+/// from the moment when the activation is asked for. The first steps of the device may still be those of
+/// an activation before; where a later one takes the device from this one, only the active connection
+/// tells of it.
 ///
 ///     queued --config--> talking --ip-config--> address --activated--> NONE
 ///       |                   | codes, reasons,      |

@@ -258,7 +258,9 @@ void WifiAttempt::Watch(NMActiveConnection* active, GError* error) {
 void WifiAttempt::OnDeviceState(NMDevice* /*device*/, guint state, guint /*old_state*/, guint reason,
                                 gpointer self) {
   auto* attempt = static_cast<WifiAttempt*>(self);
-  if (attempt->m_is_begun) {
+  if (attempt->m_is_moving && reason == NM_DEVICE_STATE_REASON_NEW_ACTIVATION) {
+    attempt->End(WIFI_ERROR_OPERATION_FAILED);  // somebody leads the TV elsewhere
+  } else if (attempt->m_is_begun) {
     attempt->m_watch.OnDeviceState(static_cast<NMDeviceState>(state),
                                    static_cast<NMDeviceStateReason>(reason));
     attempt->Judge();

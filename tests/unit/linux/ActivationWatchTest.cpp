@@ -137,6 +137,30 @@ TEST(ActivationWatch, IgnoresWhatTheOlderAttemptStillReports) {
   }
 }
 
+// One that NetworkManager began by itself, heard of between the request and its answer.
+TEST(ActivationWatch, AnOlderActivationThatMakesRoomIsNoFailure) {
+  for (const Event& step : {kConfig, kIpConfig}) {
+    const std::vector<Event> old = After({kPrepare, step}, kLeaving);
+    EXPECT_EQ(VerdictOf({"", kPsk, old, {}}), std::nullopt);
+    EXPECT_EQ(VerdictOf({"", kPsk, After(old, {Auth(17), kPrepare, Left(15)}), {}}), std::nullopt);
+    EXPECT_EQ(VerdictOf({"", kPsk, After(old, {kPrepare, kConfig, Auth(17)}), {}}), WIFI_ERROR_REFUSED);
+    EXPECT_EQ(VerdictOf({"", kPsk, After(old, {kPrepare, kConfig, kIpConfig, kActivated}), {}}),
+              WIFI_ERROR_NONE);
+  }
+}
+
+TEST(ActivationWatch, ALaterActivationIsAFailureOnceTheConnectionHasEnded) {
+  ActivationWatch watch(kPsk);
+  for (const Event& event : After(Talking({}), kLeaving)) {
+    event(watch);
+  }
+  EXPECT_EQ(watch.Verdict(), std::nullopt);
+  watch.OnActiveState(NM_ACTIVE_CONNECTION_STATE_DEACTIVATED);
+  EXPECT_TRUE(watch.IsWaitingForReason());
+  watch.OnReasonDoesNotCome();
+  EXPECT_EQ(watch.Verdict(), WIFI_ERROR_OPERATION_FAILED);
+}
+
 // Steps that every connection takes, and answers after which the supplicant goes on by itself.
 TEST(ActivationWatch, WaitsWhereNothingIsDecided) {
   const std::vector<Course> courses = {
