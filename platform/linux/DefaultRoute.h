@@ -15,6 +15,7 @@ struct DefaultRoute {
   std::uint32_t metric = 0;
   int family = 0;       ///< AF_INET or AF_INET6
   std::string gateway;  ///< the router's address as text; empty when the route names none
+  bool operator==(const DefaultRoute&) const = default;
 };
 
 /// Reads an RTM_NEWROUTE or RTM_DELROUTE message.

@@ -8,8 +8,8 @@
 #include "vconf.h"
 #include "vconf_keys.h"
 
-std::unique_ptr<NetworkType> NetworkType::Start() {
-  std::unique_ptr<NetworkType> type(new NetworkType);
+std::unique_ptr<NetworkType> NetworkType::Start(std::function<void()> on_change) {
+  std::unique_ptr<NetworkType> type(new NetworkType(std::move(on_change)));
   // Links as well: the kernel drops the IPv4 routes of an interface that goes down without a word.
   type->m_socket = NetlinkSocket::Open(
       {RTNLGRP_IPV4_ROUTE, RTNLGRP_IPV6_ROUTE, RTNLGRP_LINK},
@@ -53,6 +53,10 @@ void NetworkType::RefreshSoon() {
 
 void NetworkType::Refresh() {
   const auto route = BestRoute();
+  if (route != m_route) {
+    m_route = route;
+    m_on_change();
+  }
   const auto link = route ? FindLink(route->link_index) : std::nullopt;
   if (!link) {
     return;

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include <glib.h>
 
@@ -13,20 +15,23 @@
 /// network the user has, and an outage does not change that. Main-loop thread only.
 class NetworkType {
  public:
+  /// @param on_change  called when the traffic leaves another way than before, or none any more
   /// @return null when the kernel gives no events
-  static std::unique_ptr<NetworkType> Start();
+  static std::unique_ptr<NetworkType> Start(std::function<void()> on_change);
   ~NetworkType();
   NetworkType(const NetworkType&) = delete;
   NetworkType& operator=(const NetworkType&) = delete;
 
  private:
-  NetworkType() = default;
+  explicit NetworkType(std::function<void()> on_change) : m_on_change(std::move(on_change)) {}
   void OnMessage(const nlmsghdr* message);
   void RefreshSoon();
   void Refresh();
   [[nodiscard]] std::optional<DefaultRoute> BestRoute();
   [[nodiscard]] std::optional<Link> FindLink(int index);
 
+  std::function<void()> m_on_change;
+  std::optional<DefaultRoute> m_route;  // as it was looked at last
   std::unique_ptr<NetlinkSocket> m_socket;
   guint m_refresh = 0;  // while one is due
 };

@@ -5,6 +5,7 @@
 #include "Connections.h"
 #include "NetworkService.h"
 #include "NetworkType.h"
+#include "RestingMemory.h"
 #include "SavedWifi.h"
 #include "SleepWatch.h"
 #include "SoundServer.h"
@@ -29,7 +30,7 @@ int platform_start(void) {
   if (const auto refusal = call_gate::Refusal("platform_start")) {
     return *refusal;
   }
-  TheNetworkType() = NetworkType::Start();
+  TheNetworkType() = NetworkType::Start([] { RestingMemory::Instance().OnChange(); });
   StartTelephony();
   SavedWifi::Instance().Start();
   wifi_interface::Start();
@@ -38,6 +39,7 @@ int platform_start(void) {
   WifiConnector::Instance().Start();
   Air::Instance().Start();
   SleepWatch::Instance().Start();
+  RestingMemory::Instance().Start();
   return TheNetworkType() != nullptr ? 0 : -1;
 }
 
@@ -56,5 +58,6 @@ void platform_stop(void) {
   FinishCapture();
   StickWatch::Instance().Stop();
   TheNetworkType().reset();
+  RestingMemory::Instance().Stop();
   StopConnections();
 }
