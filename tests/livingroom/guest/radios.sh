@@ -71,6 +71,9 @@ has_tv() {
     ask_access_point "$1" sta "$(cat /sys/class/net/wlan0/address)" | grep -qF '[AUTHORIZED]'
 }
 
+# hears BSSID: the TV, when it scans.
+hears() { nmcli -t -f BSSID device wifi list --rescan yes | tr -d '\\' | grep -qi "$1"; }
+
 # addresses [OPTION]...: gives addresses to whoever comes, with further options of dnsmasq.
 addresses() {
   ip netns exec router dnsmasq --keep-in-foreground --interface=br0 --bind-interfaces --no-ping --user=root --leasefile-ro \

@@ -10,6 +10,7 @@ addresses
 saved home HomeNet connection.autoconnect no
 saved office Office connection.autoconnect no
 saved cellar Cellar connection.autoconnect no wifi.hidden yes
+soon 40 "the TV has heard the hidden one, which nobody has used yet" hears 02:11:22:33:66:50
 start_daemon
 watch_keys db/menu/network/SavedAPList db/menu/network/TopSavedAP memory/menu/network/pelorus_command
 
