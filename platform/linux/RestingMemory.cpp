@@ -1,15 +1,15 @@
 #include "RestingMemory.h"
 
+#include <cinttypes>
 #include <cstdint>
+#include <cstdio>
 #include <fstream>
 #include <string>
 
-#include <link.h>
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include "NetworkService.h"
 
@@ -17,50 +17,41 @@ namespace {
 
 constexpr guint kCalmSeconds = 20;
 
-bool IsTraced() {
-  std::ifstream status("/proc/self/status");
-  for (std::string name, value; status >> name && std::getline(status, value);) {
-    if (name == "TracerPid:") {
-      return std::stol(value) != 0;
-    }
+/// A mapping of this process, as the kernel describes it.
+struct Mapping {
+  std::uintptr_t begin = 0;
+  std::uintptr_t end = 0;
+  bool is_of_file = false;
+  bool is_writable = false;
+  bool was_changed = false;
+};
+
+/// Reads "55e0a3c00000-55e0a3c42000 r--p 00000000 fe:01 1234   /usr/bin/pelorus".
+bool ReadMapping(const std::string& line, Mapping& mapping) {
+  char permissions[5] = "";
+  unsigned long inode = 0;
+  if (std::sscanf(line.c_str(), "%" SCNxPTR "-%" SCNxPTR " %4s %*x %*x:%*x %lu", &mapping.begin,
+                  &mapping.end, permissions, &inode) != 4) {
+    return false;
   }
-  return true;  // not known
+  mapping.is_of_file = inode != 0;
+  mapping.is_writable = permissions[1] == 'w' || permissions[3] == 's';
+  return true;
 }
 
-/// Its code was changed when it was loaded, and cannot be read again from its file.
-bool HasRelocatedCode(const dl_phdr_info& object) {
-  for (ElfW(Half) i = 0; i < object.dlpi_phnum; ++i) {
-    const ElfW(Phdr)& header = object.dlpi_phdr[i];
-    if (header.p_type != PT_DYNAMIC) {
-      continue;
-    }
-    const auto* entry = reinterpret_cast<const ElfW(Dyn)*>(object.dlpi_addr + header.p_vaddr);
-    for (; entry->d_tag != DT_NULL; ++entry) {
-      if (entry->d_tag == DT_TEXTREL ||
-          (entry->d_tag == DT_FLAGS && (entry->d_un.d_val & DF_TEXTREL) != 0)) {
-        return true;
-      }
-    }
-  }
-  return false;
+/// Whether a line of its description tells of pages that are not the file's any more: of a relocation, a
+/// debugger's breakpoint, a probe.
+bool TellsOfChange(const std::string& line) {
+  unsigned long kilobytes = 0;
+  return (std::sscanf(line.c_str(), "Anonymous: %lu", &kilobytes) == 1 ||
+          std::sscanf(line.c_str(), "Swap: %lu", &kilobytes) == 1) &&
+         kilobytes > 0;
 }
 
-/// Of one program or library: all that nobody writes to.
-int GiveBackObject(dl_phdr_info* object, std::size_t /*size*/, void* /*data*/) {
-  if (HasRelocatedCode(*object)) {
-    return 0;
+void GiveBackMapping(const Mapping& mapping) {
+  if (mapping.is_of_file && !mapping.is_writable && !mapping.was_changed) {
+    madvise(reinterpret_cast<void*>(mapping.begin), mapping.end - mapping.begin, MADV_DONTNEED);
   }
-  const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-  for (ElfW(Half) i = 0; i < object->dlpi_phnum; ++i) {
-    const ElfW(Phdr)& header = object->dlpi_phdr[i];
-    if (header.p_type != PT_LOAD || (header.p_flags & PF_W) != 0) {
-      continue;
-    }
-    const std::uintptr_t begin = (object->dlpi_addr + header.p_vaddr) / page * page;
-    const std::uintptr_t end = object->dlpi_addr + header.p_vaddr + header.p_memsz;
-    madvise(reinterpret_cast<void*>(begin), end - begin, MADV_DONTNEED);
-  }
-  return 0;
 }
 
 }  // namespace
@@ -91,11 +82,19 @@ void RestingMemory::OnChange() {
 }
 
 void RestingMemory::GiveBack() {
-  if (IsTraced()) {
-    return;
-  }
 #ifdef __GLIBC__
   malloc_trim(0);
 #endif
-  dl_iterate_phdr(GiveBackObject, nullptr);
+  std::ifstream mappings("/proc/self/smaps");
+  Mapping mapping;
+  for (std::string line; std::getline(mappings, line);) {
+    Mapping next;
+    if (ReadMapping(line, next)) {
+      GiveBackMapping(mapping);
+      mapping = next;
+    } else {
+      mapping.was_changed = mapping.was_changed || TellsOfChange(line);
+    }
+  }
+  GiveBackMapping(mapping);
 }

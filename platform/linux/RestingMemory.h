@@ -18,7 +18,8 @@ class RestingMemory {
   /// advertisements, needs little.
   void OnChange();
 
-  /// Does nothing under a debugger, whose breakpoints lie in the pages of the code.
+  /// Gives back whatever can be read again from the file that it came from. What somebody has changed
+  /// since, a debugger's breakpoint in the code among it, stays.
   static void GiveBack();
 
  private:
