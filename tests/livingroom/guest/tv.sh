@@ -25,6 +25,8 @@ start_daemon() {
 }
 
 daemon_runs() { kill -0 "$DAEMON"; }
+# daemon_holds_under KILOBYTES: of memory; what it shares with others counts in part (PSS).
+daemon_holds_under() { awk -v limit="$1" '/^Pss:/ { print; exit $2 >= limit }' "/proc/$DAEMON/smaps_rollup"; }
 
 # stop_daemon: tells how it ended when that was not by our signal.
 stop_daemon() {
