@@ -204,6 +204,7 @@ TEST_F(WifiService, ANetworkCountsAsSavedFromTheEndOfItsFirstConnection) {
   m_stub.StartBoth();
   ASSERT_EQ(platform_start(), 0);
   WaitForService();
+  EXPECT_EQ(m_stub.Ask("notes quietly"), "done");  // what is known then is the daemon's own record
   Join(m_den);
   RunLoopUntil([&] { return is_saved.size() >= 2; });
   m_stub.Ask("reconnect");

@@ -19,6 +19,7 @@ of a network is any bytes.
   lose                            the link breaks, and who manages the network lets what is saved connect
   reconnect                       leaves the network, and begins to join it again
   hurry                           connections and scans of a channel take a millisecond or two from then on
+  notes quietly                   what it notes of a connection in its profile, it announces to nobody from then on
   scan                            lets the supplicant scan everything, and waits for no end
   settle                          waits until no scan runs
   answers nm|supplicant normally|late MS|error|nonsense|never|death [METHOD]
@@ -167,6 +168,9 @@ class Room:
     @staticmethod
     def hurry():
         air.ASSOCIATION = air.KEY_EXCHANGE = air.LEASE = air.CHANNEL_SCAN = 1
+
+    def notes(self, _how):
+        self.manager.settings.announces_notes = False
 
     def scan(self):
         self.link.scan([], [])

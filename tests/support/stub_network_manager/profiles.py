@@ -85,7 +85,8 @@ class Profile(BusObject):
         if bssid is not None:
             seen = [*self.value(WIRELESS_GROUP, "seen-bssids", []), bssid]
             self.groups[WIRELESS_GROUP]["seen-bssids"] = GLib.Variant("as", sorted(set(seen)))
-        self.emit(CONNECTION.name, "Updated")
+        if self.settings.announces_notes:
+            self.emit(CONNECTION.name, "Updated")
 
     def replace(self, groups, flags):
         had_secrets = {group: {key: value for key, value in values.items() if key in SECRETS}
@@ -150,6 +151,7 @@ class Settings(BusObject):
         self.listener = None
         self.profiles = {}
         self.number = 0
+        self.announces_notes = True
         super().__init__(service, PATH + "/Settings", [SETTINGS])
 
     @staticmethod
