@@ -141,6 +141,21 @@ TEST_F(AWifiConnection, ThatWasRefusedLeavesItsProfileAsItWasSavedAndTheTvInPeac
   EXPECT_FALSE(IsMarked());
 }
 
+TEST_F(AWifiConnection, EndsItsMoveWhenSomebodyLeadsTheTvElsewhere) {
+  m_stub.Save(kLow);
+  Start();
+  ASSERT_EQ(ConnectAndWait(kLow), WIFI_ERROR_NONE);
+  m_stub.SetAnswer(kHigh.bssid, "silent");
+  Results results;
+  ASSERT_EQ(Connect(kHigh, results), WIFI_ERROR_NONE);
+  RunLoopFor(kMoment);
+  ASSERT_EQ(results, Results{});
+  nm_client_activate_connection_async(NetworkService::Instance().Client(), NM_CONNECTION(TheProfile()),
+                                      Device(), nullptr, nullptr, nullptr, nullptr);
+  RunLoopUntil([&] { return !results.empty(); }, 3s);
+  EXPECT_EQ(results, Results{WIFI_ERROR_OPERATION_FAILED});
+}
+
 TEST_F(AWifiConnection, MovesToAnotherRadioOfItsNetworkWithoutLeavingTheNetwork) {
   m_stub.Save(kLow);
   Start();
