@@ -14,15 +14,12 @@
 #include <string_view>
 #include <utility>
 
-#include <dlfcn.h>
 #include <glib.h>
 #include <json/reader.h>
 #include <signal.h>
-#include <spawn.h>
 #include <unistd.h>
 
 #include "KpiJournal.h"
-#include "Sandbox.h"
 #include "VirtualTv.h"
 #include "dlog.h"
 #include "vconf_keys.h"
@@ -128,6 +125,30 @@ void LookAtWrite(const VirtualTv::Call& call) {
   }
 }
 
+/// What the daemon says right after it has tried to start a notification program.
+void LookAtStart(const char* line) {
+  int result = 0;
+  pid_t pid = 0;
+  if (std::sscanf(line, "NotiProxy.cpp: HandleChildFork(%*d) > posix_spawn ret %d pid %d", &result, &pid) !=
+      2) {
+    return;
+  }
+  std::string keyword;
+  if (result == 0) {
+    std::ifstream command("/proc/" + std::to_string(pid) + "/cmdline");
+    std::getline(command, keyword, '\0');
+  }
+  if (result == 0 && IsUp(g_popup)) {
+    watch::Fail("two popups", keyword + " while " + g_keyword + " is up");
+  }
+  soak::Mix(*g_report, "popup " + keyword);
+  if (result == 0) {
+    g_popup = pid;
+    g_keyword = keyword;
+    ++g_report->popups;
+  }
+}
+
 }  // namespace
 
 int __dlog_print(log_id_t /*log*/, int /*priority*/, const char* tag, const char* format, ...) {
@@ -141,30 +162,10 @@ int __dlog_print(log_id_t /*log*/, int /*priority*/, const char* tag, const char
   if (g_report != nullptr && exception != nullptr && !IsExpectedException(line)) {
     watch::Fail("exception", std::string(tag) + ": " + line);
   }
+  if (g_report != nullptr) {
+    LookAtStart(line);
+  }
   return length;
-}
-
-/// How the daemon starts a program.
-extern "C" int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
-                           const posix_spawnattr_t* attributes, char* const* arguments,
-                           char* const* environment) {
-  using Function = int (*)(pid_t*, const char*, const posix_spawn_file_actions_t*,
-                           const posix_spawnattr_t*, char* const*, char* const*);
-  static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "posix_spawn"));
-  const bool is_popup = g_report != nullptr && std::string_view(path) == sandbox::kNotificationProgram;
-  if (is_popup && IsUp(g_popup)) {
-    watch::Fail("two popups", std::string(arguments[0]) + " while " + g_keyword + " is up");
-  }
-  const int result = real(pid, path, actions, attributes, arguments, environment);
-  if (is_popup) {
-    soak::Mix(*g_report, std::string("popup ") + arguments[0]);
-  }
-  if (is_popup && result == 0) {
-    g_popup = *pid;
-    g_keyword = arguments[0];
-    ++g_report->popups;
-  }
-  return result;
 }
 
 /// What is written at random shall not be run as a command, on whatever model.

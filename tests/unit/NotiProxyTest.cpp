@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 
 #include <gtest/gtest.h>
@@ -12,6 +13,7 @@
 #include "NW_Common.h"
 #include "Popups.h"
 #include "Sandbox.h"
+#include "Signals.h"
 #include "TestLog.h"
 #include "vconf.h"
 #include "vconf_keys.h"
@@ -111,6 +113,32 @@ TEST(NotiProxy, AMissingProgramIsLoggedAndTheNextRequestTriesAgain) {
   GetNotiInstance()->ShowLanCablePopup(false);
   popups::WaitForStarted(1);
   EXPECT_EQ(popups::Keywords(), std::vector<std::string>{"ethernet_detached"});
+}
+
+TEST(NotiProxy, AProgramThatMayNotBeRunIsLoggedAndTheNextRequestTriesAgain) {
+  std::ofstream(sandbox::kNotificationProgram, std::ios::trunc) << "neither a script nor a program";
+  GetNotiInstance()->ShowLanCablePopup(true);
+  EXPECT_EQ(test_log::Messages().back(), "posix_spawn ret " + std::to_string(ENOEXEC) + " pid 0");
+  std::filesystem::permissions(sandbox::kNotificationProgram, std::filesystem::perms::owner_read);
+  GetNotiInstance()->ShowLanCablePopup(true);
+  EXPECT_EQ(test_log::Messages().back(), "posix_spawn ret " + std::to_string(EACCES) + " pid 0");
+  EXPECT_TRUE(HasNoChild());
+  std::filesystem::remove(sandbox::kNotificationProgram);
+  sandbox::InstallPopupRecorder();
+  GetNotiInstance()->ShowLanCablePopup(false);
+  popups::WaitForStarted(1);
+  EXPECT_EQ(popups::Keywords(), std::vector<std::string>{"ethernet_detached"});
+}
+
+TEST(NotiProxy, TheProgramStartsWithNoSignalBlockedOrCaughtAndTheDaemonKeepsItsHandler) {
+  GetNotiInstance()->ShowLanCablePopup(true);
+  popups::WaitForStarted(1);
+  const pid_t program = popups::All().at(0).pid;
+  EXPECT_EQ(SignalsOf(program, "SigBlk"), 0U);
+  EXPECT_EQ(SignalsOf(program, "SigCgt") & SignalBit(SIGCHLD), 0U);
+  EXPECT_EQ(SignalsOf(getpid(), "SigCgt") & SignalBit(SIGCHLD), SignalBit(SIGCHLD));
+  popups::Close(program);
+  EXPECT_TRUE(HasNoChild());
 }
 
 TEST(NotiProxy, AFailedSpawnDoesNotWaitForAnotherChildThatRunsOn) {
