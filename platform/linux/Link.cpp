@@ -1,5 +1,6 @@
 #include "Link.h"
 
+#include <cstdint>
 #include <cstring>
 #include <fstream>
 
@@ -9,46 +10,56 @@
 #include <linux/if_arp.h>
 #include <linux/if_link.h>
 #include <linux/rtnetlink.h>
-#include <netlink/attr.h>
-#include <netlink/msg.h>
 
 namespace {
 
-std::string TextOf(const nlattr* attribute) {
-  const auto* text = static_cast<const char*>(nla_data(attribute));
-  return {text, strnlen(text, static_cast<std::size_t>(nla_len(attribute)))};
+/// By the kernel's own macros: libnl's parser is in pages gone cold when the cable speaks.
+template <class Visitor>
+void ForEachAttribute(const void* first, std::size_t bytes, Visitor visit) {
+  auto left = static_cast<int>(bytes);
+  for (auto* attribute = static_cast<const rtattr*>(first); RTA_OK(attribute, left);
+       attribute = RTA_NEXT(attribute, left)) {
+    visit(attribute->rta_type & NLA_TYPE_MASK, RTA_DATA(attribute), RTA_PAYLOAD(attribute));
+  }
 }
 
 /// IFLA_LINKINFO is a nest, and the kind a member of it.
-std::string KindOf(nlattr* link_info) {
-  nlattr* members[IFLA_INFO_MAX + 1];
-  if (link_info == nullptr || nla_parse_nested(members, IFLA_INFO_MAX, link_info, nullptr) < 0 ||
-      members[IFLA_INFO_KIND] == nullptr) {
-    return "";
-  }
-  return TextOf(members[IFLA_INFO_KIND]);
+std::string KindOf(const void* link_info, std::size_t bytes) {
+  std::string kind;
+  ForEachAttribute(link_info, bytes, [&](int type, const void* data, std::size_t size) {
+    if (type == IFLA_INFO_KIND) {
+      const auto* text = static_cast<const char*>(data);
+      kind.assign(text, strnlen(text, size));
+    }
+  });
+  return kind;
 }
 
 }  // namespace
 
 std::optional<Link> ParseLink(const nlmsghdr* message) {
-  auto* header = const_cast<nlmsghdr*>(message);  // the parser reads it only
-  nlattr* attributes[IFLA_MAX + 1];
-  if (!nlmsg_valid_hdr(header, sizeof(ifinfomsg)) ||
-      nlmsg_parse(header, sizeof(ifinfomsg), attributes, IFLA_MAX, nullptr) < 0) {
+  if (message->nlmsg_len < NLMSG_LENGTH(sizeof(ifinfomsg))) {
     return std::nullopt;
   }
-  const auto* info = static_cast<const ifinfomsg*>(nlmsg_data(header));
-  if (info->ifi_family != AF_UNSPEC || attributes[IFLA_WIRELESS] != nullptr) {
-    return std::nullopt;
-  }
+  const auto* info = static_cast<const ifinfomsg*>(NLMSG_DATA(message));
   Link link;
   link.index = info->ifi_index;
   link.arp_type = info->ifi_type;
   link.has_carrier = (info->ifi_flags & IFF_LOWER_UP) != 0;
-  const nlattr* master = attributes[IFLA_MASTER];
-  link.is_port = master != nullptr && nla_len(master) >= 4 && nla_get_u32(master) != 0;
-  link.kind = KindOf(attributes[IFLA_LINKINFO]);
+  bool is_wireless_event = false;
+  ForEachAttribute(
+      IFLA_RTA(info), IFLA_PAYLOAD(message), [&](int type, const void* data, std::size_t size) {
+        if (type == IFLA_WIRELESS) {
+          is_wireless_event = true;
+        } else if (type == IFLA_MASTER) {
+          link.is_port = size >= sizeof(std::uint32_t) && *static_cast<const std::uint32_t*>(data) != 0;
+        } else if (type == IFLA_LINKINFO) {
+          link.kind = KindOf(data, size);
+        }
+      });
+  if (info->ifi_family != AF_UNSPEC || is_wireless_event) {
+    return std::nullopt;
+  }
   return link;
 }
 
