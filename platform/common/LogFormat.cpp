@@ -20,9 +20,10 @@ class Writer {
     ++m_length;
   }
   void Put(const char* text, std::size_t length) {
-    for (std::size_t i = 0; i < length; ++i) {
-      Put(text[i]);
+    if (m_length + 1 < m_size) {
+      std::memcpy(m_buffer + m_length, text, std::min(length, m_size - 1 - m_length));
     }
+    m_length += length;
   }
   void Fill(char c, int count) {
     for (; count > 0; --count) {

@@ -8,7 +8,6 @@
 #include <cstring>
 
 #include <sys/socket.h>
-#include <sys/uio.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -48,18 +47,18 @@ int JournalDescriptor() {
 
 /// The socket stays connected to the journal's, which spares the kernel the way to it by name with each
 /// line. A journal that has gone refuses the line; it is sent again to the one that has come since.
-bool SendConnected(const msghdr& message) {
+bool SendConnected(const char* datagram, std::size_t length) {
   const int descriptor = JournalDescriptor();
   if (descriptor < 0) {
     return false;
   }
-  if (sendmsg(descriptor, &message, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0) {
+  if (send(descriptor, datagram, length, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0) {
     return true;
   }
   return (errno == ENOTCONN || errno == ECONNREFUSED) &&
          connect(descriptor, reinterpret_cast<const sockaddr*>(&kJournalSocket),
                  sizeof kJournalSocket) == 0 &&
-         sendmsg(descriptor, &message, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0;
+         send(descriptor, datagram, length, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0;
 }
 
 int SyslogPriority(int priority) {
@@ -87,34 +86,32 @@ std::size_t Format(char* buffer, std::size_t size, const char* format, ...) {
   return length < size ? length : size - 1;
 }
 
-iovec Bytes(const void* data, std::size_t length) {
-  return {const_cast<void*>(data), length};
-}
-
 /// One datagram of "NAME=value" lines; the message goes in the form with a length, because it may hold
 /// newlines.
 bool SendToJournal(const Line& line) {
-  char fields[512];
-  const std::size_t fields_length =
-      Format(fields, sizeof fields, "PRIORITY=%d\nSYSLOG_IDENTIFIER=%.64s\nPELORUS_BUFFER=%s\n",
+  constexpr std::size_t kFieldBytes = 512;  // of each of the two parts before the message
+  char datagram[2 * kFieldBytes + kLineBytes + 32];
+  std::size_t length =
+      Format(datagram, kFieldBytes, "PRIORITY=%d\nSYSLOG_IDENTIFIER=%.64s\nPELORUS_BUFFER=%s\n",
              SyslogPriority(line.priority), line.tag, line.buffer == LOG_ID_SYSTEM ? "system" : "main");
-  char place[512];
-  const std::size_t place_length =
-      line.file == nullptr
-          ? 0
-          : Format(place, sizeof place, "CODE_FILE=%.128s\nCODE_FUNC=%.256s\nCODE_LINE=%d\n", line.file,
-                   line.function, line.number);
+  if (line.file != nullptr) {
+    length +=
+        Format(datagram + length, kFieldBytes, "CODE_FILE=%.128s\nCODE_FUNC=%.256s\nCODE_LINE=%d\n",
+               line.file, line.function, line.number);
+  }
+  const auto put = [&](const void* bytes, std::size_t count) {
+    std::memcpy(datagram + length, bytes, count);
+    length += count;
+  };
   std::uint8_t message_length[8];
   for (int i = 0; i < 8; ++i) {
     message_length[i] = static_cast<std::uint8_t>(std::uint64_t{line.length} >> (8 * i));
   }
-  iovec parts[] = {Bytes(fields, fields_length),  Bytes(place, place_length),
-                   Bytes("MESSAGE\n", 8),         Bytes(message_length, sizeof message_length),
-                   Bytes(line.text, line.length), Bytes("\n", 1)};
-  msghdr message{};
-  message.msg_iov = parts;
-  message.msg_iovlen = sizeof parts / sizeof parts[0];
-  return SendConnected(message);
+  put("MESSAGE\n", 8);
+  put(message_length, sizeof message_length);
+  put(line.text, line.length);
+  put("\n", 1);
+  return SendConnected(datagram, length);
 }
 
 /// Where a text that is cut at `length` ends without half a UTF-8 character, for which a reader of the
