@@ -5,6 +5,7 @@
 
 #include <sched.h>
 #include <signal.h>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -43,15 +44,21 @@ void ReapOne() {
   }
 }
 
+#ifdef __SANITIZE_THREAD__
+/// ThreadSanitizer takes a process that shares the daemon's memory for a forked one.
+int Spawn(const char* path, char* const arguments[], pid_t& pid) {
+  return posix_spawn(&pid, path, nullptr, nullptr, arguments, nullptr);
+}
+#else
 struct Program {
   const char* path;
   char* const* arguments;
   int error;  ///< why it could not be started
 };
 
-/// The new process, until it has become the program: it shares the daemon's memory, and the daemon's thread
-/// waits for it. Without ThreadSanitizer's account of calls, which would miss the end of this one.
-[[gnu::no_sanitize("thread")]] int BecomeProgram(void* data) {
+/// The new process, until it has become the program: it shares the daemon's memory, and the daemon's
+/// thread waits for it.
+int BecomeProgram(void* data) {
   auto* program = static_cast<Program*>(data);
   char* const no_environment[] = {nullptr};
   execve(program->path, program->arguments, no_environment);
@@ -59,9 +66,9 @@ struct Program {
   return 127;
 }
 
-/// What posix_spawn() does, without its 128 system calls to keep handlers of signals out of the new process:
-/// the daemon has one handler, for the end of a child, and the new process has no child. A user waits for
-/// these programs, and it makes a fifteenth of the way from a cable to its popup.
+/// What posix_spawn() does, without its 128 system calls to keep handlers of signals out of the new
+/// process: the daemon has one handler, for the end of a child, and the new process has no child. A user
+/// waits for these programs, and it makes a fifteenth of the way from a cable to its popup.
 int Spawn(const char* path, char* const arguments[], pid_t& pid) {
   alignas(16) static std::array<char, 16 * 1024> stack;
   Program program{path, arguments, 0};
@@ -77,6 +84,7 @@ int Spawn(const char* path, char* const arguments[], pid_t& pid) {
   pid = started;
   return 0;
 }
+#endif
 
 }  // namespace
 
