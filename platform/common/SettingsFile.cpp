@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "FileDescriptor.h"
+#include "SettingsCache.h"
 
 namespace settings {
 namespace {
@@ -54,26 +55,32 @@ bool IsAcceptable(const char* key) {
   return true;
 }
 
-std::optional<std::string> ReadWhole(const char* path) {
+/// @return 0, or an errno value
+int ReadWhole(const char* path, std::string& content) {
   // Non-blocking, so that a pipe somebody put there cannot stop the main loop.
   const FileDescriptor file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
   struct stat status;
-  if (!file.ok() || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    return std::nullopt;
+  if (!file.ok() || fstat(file.get(), &status) != 0) {
+    return errno;
   }
-  std::string content;
+  if (!S_ISREG(status.st_mode)) {
+    return EINVAL;
+  }
   char chunk[1024];
   for (;;) {
     const ssize_t length = read(file.get(), chunk, sizeof chunk);
     if (length < 0 && errno == EINTR) {
       continue;
     }
-    if (length < 0 || content.size() + static_cast<std::size_t>(length) > kLargestFile) {
-      return std::nullopt;
+    if (length < 0) {
+      return errno;
+    }
+    if (content.size() + static_cast<std::size_t>(length) > kLargestFile) {
+      return EFBIG;
     }
     content.append(chunk, static_cast<std::size_t>(length));
     if (static_cast<std::size_t>(length) < sizeof chunk) {
-      return content;
+      return 0;
     }
   }
 }
@@ -100,6 +107,18 @@ bool HasGoodEscapes(std::string_view text) {
 bool IsOneLine(std::string_view content) {
   return !content.empty() && content.find('\n') == content.size() - 1 &&
          g_utf8_validate_len(content.data(), content.size(), nullptr);
+}
+
+Content ReadFile(const std::string& path) {
+  std::string text;
+  if (const int error = ReadWhole(path.c_str(), text); error != 0) {
+    return {nullptr, error == ENOENT || error == ENOTDIR};
+  }
+  if (!IsOneLine(text) || !HasGoodEscapes(text)) {
+    return {};
+  }
+  // Parsed for its own type, because the parser reads "uint32 5" as an int32 when it is asked for one.
+  return {g_variant_parse(nullptr, text.data(), text.data() + text.size(), nullptr, nullptr)};
 }
 
 bool WriteWhole(int fd, std::string_view content) {
@@ -181,13 +200,7 @@ GVariant* Read(const char* key, const GVariantType* type) {
   if (!path) {
     return nullptr;
   }
-  const auto text = ReadWhole(path->c_str());
-  if (!text || !IsOneLine(*text) || !HasGoodEscapes(*text)) {
-    return nullptr;
-  }
-  // Parsed for its own type, because the parser reads "uint32 5" as an int32 when it is asked for one.
-  g_autoptr(GVariant) value =
-      g_variant_parse(nullptr, text->data(), text->data() + text->size(), nullptr, nullptr);
+  g_autoptr(GVariant) value = SettingsCache::Instance().Read(*path, ReadFile);
   if (value == nullptr || (type != nullptr && !g_variant_is_of_type(value, type))) {
     return nullptr;
   }

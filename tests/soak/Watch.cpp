@@ -125,19 +125,27 @@ void LookAtWrite(const VirtualTv::Call& call) {
   }
 }
 
+/// The kernel lets the daemon go on a moment before the program has its arguments.
+std::string ArgumentZero(pid_t pid) {
+  std::string argument;
+  for (int looks = 0; looks < 1000 && argument.empty(); ++looks) {
+    std::ifstream command("/proc/" + std::to_string(pid) + "/cmdline");
+    if (!std::getline(command, argument, '\0')) {
+      usleep(100);
+    }
+  }
+  return argument;
+}
+
 /// What the daemon says right after it has tried to start a notification program.
 void LookAtStart(const char* line) {
   int result = 0;
   pid_t pid = 0;
-  if (std::sscanf(line, "NotiProxy.cpp: HandleChildFork(%*d) > posix_spawn ret %d pid %d", &result, &pid) !=
-      2) {
+  if (std::sscanf(line, "NotiProxy.cpp: HandleChildFork(%*d) > posix_spawn ret %d pid %d", &result,
+                  &pid) != 2) {
     return;
   }
-  std::string keyword;
-  if (result == 0) {
-    std::ifstream command("/proc/" + std::to_string(pid) + "/cmdline");
-    std::getline(command, keyword, '\0');
-  }
+  const std::string keyword = result == 0 ? ArgumentZero(pid) : "";
   if (result == 0 && IsUp(g_popup)) {
     watch::Fail("two popups", keyword + " while " + g_keyword + " is up");
   }
