@@ -8,8 +8,8 @@
 
 /// Looks at all that the daemon does while it lives, and ends the process when something must not be:
 /// two notification programs at a time, a value that the daemon may not write, an exception that nobody
-/// provoked, a line of the KPI journal that is none. The program's own __dlog_print() is here, so it sees the
-/// starts and exceptions as they happen. Main-loop thread only, but for the log.
+/// provoked, a line of the KPI journal that is none. The program's own __dlog_print() is here, so it
+/// sees the starts and exceptions as they happen. Main-loop thread only, but for the log.
 namespace watch {
 
 /// From now on what is seen goes into this report, which outlives the process.
