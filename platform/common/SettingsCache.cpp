@@ -1,11 +1,8 @@
 #include "SettingsCache.h"
 
 #include <cerrno>
-#include <iterator>
 #include <utility>
 
-#include <fcntl.h>
-#include <poll.h>
 #include <pthread.h>
 #include <unistd.h>
 
@@ -61,11 +58,9 @@ void SettingsCache::TakeNotes() {
     Forget();
   }
   alignas(inotify_event) char notes[4096];
-  pollfd sources[] = {{m_inotify, POLLIN, 0}, {m_mounts, POLLPRI, 0}};
-  while (m_inotify >= 0 && poll(sources, std::size(sources), 0) > 0) {
-    const ssize_t length = sources[1].revents != 0 ? 0 : read(m_inotify, notes, sizeof notes);
+  while (m_inotify >= 0) {
+    const ssize_t length = read(m_inotify, notes, sizeof notes);
     if (length <= 0) {
-      Forget();
       return;
     }
     for (const char* p = notes; p < notes + length;) {
@@ -89,19 +84,10 @@ void SettingsCache::TakeNote(const inotify_event& note) {
   }
 }
 
-bool SettingsCache::Open() {
-  if (m_inotify < 0) {
-    m_inotify = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    m_mounts = open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC);
-  }
-  return m_inotify >= 0 && m_mounts >= 0;
-}
-
 /// The deepest directory on the way that exists, watched.
 std::optional<SettingsCache::Place> SettingsCache::Watch(const std::string& path) {
-  if (!Open()) {
-    Close();
-    return std::nullopt;
+  if (m_inotify < 0) {
+    m_inotify = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
   }
   std::size_t end = path.size();
   for (std::size_t slash = path.rfind('/'); slash != std::string::npos && slash > 0;
@@ -146,16 +132,10 @@ bool SettingsCache::WatchWayTo(const std::string& directory) {
 }
 
 /// The watches go with the descriptor.
-void SettingsCache::Close() {
-  for (int* const descriptor : {&m_inotify, &m_mounts}) {
-    if (*descriptor >= 0) {
-      close(std::exchange(*descriptor, -1));
-    }
-  }
-}
-
 void SettingsCache::Forget() {
-  Close();
+  if (m_inotify >= 0) {
+    close(std::exchange(m_inotify, -1));
+  }
   m_watches.clear();
   m_ways.clear();
   m_entries.clear();

@@ -57,16 +57,13 @@ class SettingsCache {
   SettingsCache();
   void TakeNotes();
   void TakeNote(const inotify_event& note);
-  bool Open();
   std::optional<Place> Watch(const std::string& path);
   int WatchDirectory(const std::string& directory);
   bool WatchWayTo(const std::string& directory);
-  void Close();
   void Forget();
 
   std::mutex m_mutex;
   int m_inotify = -1;
-  int m_mounts = -1;                     ///< the kernel's table of them, open as long as m_inotify is
   std::map<std::string, int> m_watches;  ///< by directory
   std::set<std::string> m_ways;          ///< the directories whose removal to another place is noted
   std::unordered_map<std::string, Entry> m_entries;  ///< by path; of all that was read once

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -178,19 +177,6 @@ TEST(SettingsCache, WhatCouldNotBeReadIsTriedAgain) {
     EXPECT_EQ(g_reads, i);
   }
   EXPECT_EQ(Ask(), "value");
-}
-
-TEST(SettingsCache, WhatIsMountedOverADirectoryOnTheWayIsSeenAndWhatComesBackAfterIt) {
-  files::Write(kFile, "covered");
-  Learn();
-  ASSERT_EQ(mount("tmpfs", (files::kMemory / "memory").c_str(), "tmpfs", 0, nullptr), 0);
-  EXPECT_EQ(Ask(), "(no value)");
-  Learn();
-  files::Write(kFile, "on top");
-  EXPECT_EQ(Ask(), "on top");
-  Learn();
-  ASSERT_EQ(umount2((files::kMemory / "memory").c_str(), MNT_DETACH), 0);
-  EXPECT_EQ(Ask(), "covered");
 }
 
 TEST(SettingsCache, MoreNotesThanTheKernelKeepsAreAChangeOfEverything) {
