@@ -13,7 +13,6 @@
 #include <unistd.h>
 
 #include "FileDescriptor.h"
-#include "SettingsCache.h"
 
 namespace settings {
 namespace {
@@ -55,32 +54,26 @@ bool IsAcceptable(const char* key) {
   return true;
 }
 
-/// @return 0, or an errno value
-int ReadWhole(const char* path, std::string& content) {
+std::optional<std::string> ReadWhole(const char* path) {
   // Non-blocking, so that a pipe somebody put there cannot stop the main loop.
   const FileDescriptor file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
   struct stat status;
-  if (!file.ok() || fstat(file.get(), &status) != 0) {
-    return errno;
+  if (!file.ok() || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    return std::nullopt;
   }
-  if (!S_ISREG(status.st_mode)) {
-    return EINVAL;
-  }
+  std::string content;
   char chunk[1024];
   for (;;) {
     const ssize_t length = read(file.get(), chunk, sizeof chunk);
     if (length < 0 && errno == EINTR) {
       continue;
     }
-    if (length < 0) {
-      return errno;
-    }
-    if (content.size() + static_cast<std::size_t>(length) > kLargestFile) {
-      return EFBIG;
+    if (length < 0 || content.size() + static_cast<std::size_t>(length) > kLargestFile) {
+      return std::nullopt;
     }
     content.append(chunk, static_cast<std::size_t>(length));
     if (static_cast<std::size_t>(length) < sizeof chunk) {
-      return 0;
+      return content;
     }
   }
 }
@@ -107,18 +100,6 @@ bool HasGoodEscapes(std::string_view text) {
 bool IsOneLine(std::string_view content) {
   return !content.empty() && content.find('\n') == content.size() - 1 &&
          g_utf8_validate_len(content.data(), content.size(), nullptr);
-}
-
-Content ReadFile(const std::string& path) {
-  std::string text;
-  if (const int error = ReadWhole(path.c_str(), text); error != 0) {
-    return {nullptr, error == ENOENT || error == ENOTDIR};
-  }
-  if (!IsOneLine(text) || !HasGoodEscapes(text)) {
-    return {};
-  }
-  // Parsed for its own type, because the parser reads "uint32 5" as an int32 when it is asked for one.
-  return {g_variant_parse(nullptr, text.data(), text.data() + text.size(), nullptr, nullptr)};
 }
 
 bool WriteWhole(int fd, std::string_view content) {
@@ -200,7 +181,13 @@ GVariant* Read(const char* key, const GVariantType* type) {
   if (!path) {
     return nullptr;
   }
-  g_autoptr(GVariant) value = SettingsCache::Instance().Read(*path, ReadFile);
+  const auto text = ReadWhole(path->c_str());
+  if (!text || !IsOneLine(*text) || !HasGoodEscapes(*text)) {
+    return nullptr;
+  }
+  // Parsed for its own type, because the parser reads "uint32 5" as an int32 when it is asked for one.
+  g_autoptr(GVariant) value =
+      g_variant_parse(nullptr, text->data(), text->data() + text->size(), nullptr, nullptr);
   if (value == nullptr || (type != nullptr && !g_variant_is_of_type(value, type))) {
     return nullptr;
   }

@@ -85,9 +85,6 @@ long Allowance(const std::string& kind) {
       {"connections", 1},
       {"profiles", 20},
       {"profile iterators", 2},
-      // Directories of settings that are read on few days: each is watched from a setting's second
-      // reading.
-      {"inotify watches", 4},
       // Those of the last list, which the platform ends with the next one.
       {"USB devices", 2},
   };
