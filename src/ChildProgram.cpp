@@ -3,11 +3,9 @@
 #include <array>
 #include <cerrno>
 
-#include <sched.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
@@ -44,56 +42,14 @@ void ReapOne() {
   }
 }
 
-#ifdef __SANITIZE_THREAD__
-/// ThreadSanitizer takes a process that shares the daemon's memory for a forked one.
-int Spawn(const char* path, char* const arguments[], pid_t& pid) {
-  return posix_spawn(&pid, path, nullptr, nullptr, arguments, nullptr);
-}
-#else
-struct Program {
-  const char* path;
-  char* const* arguments;
-  int error;  ///< why it could not be started
-};
-
-/// The new process, until it has become the program: it shares the daemon's memory, and the daemon's
-/// thread waits for it.
-int BecomeProgram(void* data) {
-  auto* program = static_cast<Program*>(data);
-  char* const no_environment[] = {nullptr};
-  execve(program->path, program->arguments, no_environment);
-  program->error = errno;
-  return 127;
-}
-
-/// What posix_spawn() does, without its 128 system calls to keep handlers of signals out of the new
-/// process: the daemon has one handler, for the end of a child, and the new process has no child. A user
-/// waits for these programs, and it makes a fifteenth of the way from a cable to its popup.
-int Spawn(const char* path, char* const arguments[], pid_t& pid) {
-  alignas(16) static std::array<char, 16 * 1024> stack;
-  Program program{path, arguments, 0};
-  const pid_t started =
-      clone(BecomeProgram, stack.data() + stack.size(), CLONE_VM | CLONE_VFORK | SIGCHLD, &program);
-  if (started < 0) {
-    return errno;
-  }
-  if (program.error != 0) {
-    waitpid(started, nullptr, 0);
-    return program.error;
-  }
-  pid = started;
-  return 0;
-}
-#endif
-
 }  // namespace
 
 int StartChildProgram(const char* path, char* const arguments[], void (*handler)(int),
                       std::atomic<bool>& is_running, pid_t& pid) {
   signal(SIGCHLD, handler);
-  // Set before the spawn: a program that ends at once may be reaped before Spawn() returns here.
+  // Set before the spawn: a program that ends at once may be reaped before posix_spawn() returns here.
   is_running.store(true);
-  const int result = Spawn(path, arguments, pid);
+  const int result = posix_spawn(&pid, path, nullptr, nullptr, arguments, nullptr);
   if (result != 0) {
     is_running.store(false);
     return result;

@@ -19,7 +19,6 @@
 #include "Popups.h"
 #include "Sandbox.h"
 #include "SettingsFile.h"
-#include "Signals.h"
 #include "TestLog.h"
 #include "net_connection.h"
 #include "platform.h"
@@ -317,19 +316,6 @@ TEST_F(CableProgram, APulledCableStartsTheProgramWithTheKeywordAlone) {
   network::SetUp("far", false);
   popups::WaitForStarted(2);
   EXPECT_EQ(popups::Keywords(), (std::vector<std::string>{kDetached, kDetached}));
-}
-
-/// What is started shares the daemon's memory for a moment, in which another handler could run in it.
-TEST_F(CableProgram, TheDaemonCatchesNoSignalButThatOfAChild) {
-  network::AddCable("wall", "far");
-  StartDaemon();
-  network::SetUp("far", false);
-  popups::WaitForStarted(1);
-  std::uint64_t caught = SignalsOf(m_daemon->Pid(), "SigCgt");
-  for (int signal = __SIGRTMIN; signal < SIGRTMIN; ++signal) {
-    caught &= ~SignalBit(signal);  // the C library's, which nobody sends to a process
-  }
-  EXPECT_EQ(caught, SignalBit(SIGCHLD));
 }
 
 TEST_F(CableProgram, AMissingNotificationProgramIsLoggedAndSurvived) {

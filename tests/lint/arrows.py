@@ -19,7 +19,7 @@ FLOORS = {
 }
 
 # What the daemon itself may take from outside: the C++ library, GLib, jsoncpp, Boost.Filesystem, POSIX.
-POSIX = """dirent.h fcntl.h ftw.h malloc.h sched.h signal.h spawn.h sys/stat.h sys/types.h sys/wait.h time.h
+POSIX = """dirent.h fcntl.h ftw.h malloc.h signal.h spawn.h sys/stat.h sys/types.h sys/wait.h time.h
 unistd.h""".split()
 DAEMON_LIBRARIES = re.compile(r"^(glib(-unix|-object)?\.h|json/[a-z_]+\.h|boost/(filesystem|system)[a-z_/]*\.hpp)$")
 
