@@ -1,7 +1,7 @@
 /* The floor under the daemon's way from a cable event to the popup: a program that knows the answers,
  * and does no more of it than what leaves the process. It waits in GLib's main loop, sends the journal
- * as many lines as the daemon does before a popup, looks for the one setting that the decision depends
- * on, and starts the program.
+ * as many lines as the daemon does when a cable is plugged in, looks for the one setting that the
+ * decision depends on, and starts the program.
  *
  * usage: floor_cable INTERFACE PROGRAM */
 #include <fcntl.h>
@@ -22,8 +22,7 @@ static const char* const kLines[] = {
     "NW_LanPopup.cpp: ethernet_state_changed_cb(39) > START",
     "NW_LanPopup.cpp: IsSetupRunning(24) > memory/wizard/wizard_mode == (null)",
     "IgnorePopup.cpp: IsWiredSupported(59) >  Error: Fail to get "
-    "com.velanor/featureconf/network.network_support "
-    "value",
+    "com.velanor/featureconf/network.network_support value",
     "IgnorePopup.cpp: IsIgnoreCondition(124) > __IgnoreObj.iTimerCount < _nwpopuptimeout ::0=30",
     "IgnorePopup.cpp: IsIgnoreCondition(127) > IsIgnoreCondition => false]",
     "NW_LanPopup.cpp: IsPopupSupported(32) > SYSTEM_INFO_KEY_LFD_NETWORK_POPUP_SUPPORT returns error",
@@ -97,8 +96,8 @@ int main(int argc, char** argv) {
   signal(SIGCHLD, SIG_IGN);
   GSource* source = g_unix_fd_source_new(events, G_IO_IN);
   g_source_set_callback(source, G_SOURCE_FUNC(OnReadable), &self, NULL);
-  g_source_set_can_recurse(source,
-                           TRUE); /* as the daemon: without it GLib wakes itself up twice an event */
+  /* As the daemon does: without it GLib wakes itself up twice an event. */
+  g_source_set_can_recurse(source, TRUE);
   g_source_attach(source, NULL);
   g_main_loop_run(g_main_loop_new(NULL, FALSE));
 }
