@@ -116,6 +116,23 @@ const char* ReadLength(const char* p, Conversion& conversion) {
   }
 }
 
+/// @return where its letter stands
+const char* ReadConversion(const char* p, Conversion& conversion, Arguments& arguments) {
+  if (*p == 's' || *p == 'd') {  // what most lines consist of
+    return p;
+  }
+  p = ReadFlags(p, conversion);
+  p = ReadNumber(p, conversion.width, arguments);
+  if (conversion.width < 0) {
+    conversion.left = true;
+    conversion.width = -conversion.width;
+  }
+  if (*p == '.') {
+    p = ReadNumber(p + 1, conversion.precision, arguments);
+  }
+  return ReadLength(p, conversion);
+}
+
 std::intmax_t SignedArgument(Length length, Arguments& arguments) {
   switch (length) {
     case Length::kInt:
@@ -269,22 +286,15 @@ std::size_t FormatSignalSafe(char* buffer, std::size_t size, const char* format,
   Writer out(buffer, size);
   Arguments rest;
   va_copy(rest.list, arguments);
-  for (const char* p = format; *p != '\0'; ++p) {
-    if (*p != '%') {
-      out.Put(*p);
-      continue;
+  for (const char* p = format;; ++p) {
+    const char* const literal = p;
+    p = strchrnul(p, '%');
+    out.Put(literal, static_cast<std::size_t>(p - literal));
+    if (*p == '\0') {
+      break;
     }
     Conversion conversion;
-    const char* kind = ReadFlags(p + 1, conversion);
-    kind = ReadNumber(kind, conversion.width, rest);
-    if (conversion.width < 0) {
-      conversion.left = true;
-      conversion.width = -conversion.width;
-    }
-    if (*kind == '.') {
-      kind = ReadNumber(kind + 1, conversion.precision, rest);
-    }
-    kind = ReadLength(kind, conversion);
+    const char* const kind = ReadConversion(p + 1, conversion, rest);
     if (!PutConversion(out, conversion, *kind, rest)) {
       out.Put(p, std::strlen(p));
       break;

@@ -2,10 +2,12 @@
 
 #include <atomic>
 #include <cerrno>
+#include <charconv>
 #include <climits>
 #include <cstdarg>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -23,6 +25,7 @@ struct Line {
   log_id_t buffer;
   int priority;
   const char* tag;
+  bool has_place;
   const char* file;
   const char* function;
   int number;
@@ -61,18 +64,18 @@ bool SendConnected(const char* datagram, std::size_t length) {
          send(descriptor, datagram, length, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0;
 }
 
-int SyslogPriority(int priority) {
+char SyslogPriority(int priority) {
   switch (priority) {
     case DLOG_FATAL:
-      return 2;
+      return '2';
     case DLOG_ERROR:
-      return 3;
+      return '3';
     case DLOG_WARN:
-      return 4;
+      return '4';
     case DLOG_INFO:
-      return 6;
+      return '6';
     default:
-      return 7;
+      return '7';
   }
 }
 
@@ -86,31 +89,43 @@ std::size_t Format(char* buffer, std::size_t size, const char* format, ...) {
   return length < size ? length : size - 1;
 }
 
+std::string_view Cut(const char* text, std::size_t length) {
+  return text == nullptr ? "(null)" : std::string_view(text, strnlen(text, length));
+}
+
 /// One datagram of "NAME=value" lines; the message goes in the form with a length, because it may hold
-/// newlines.
+/// newlines. Put together without the formatter: a line is on the way between an event and what the user
+/// sees of it.
 bool SendToJournal(const Line& line) {
-  constexpr std::size_t kFieldBytes = 512;  // of each of the two parts before the message
-  char datagram[2 * kFieldBytes + kLineBytes + 32];
-  std::size_t length =
-      Format(datagram, kFieldBytes, "PRIORITY=%d\nSYSLOG_IDENTIFIER=%.64s\nPELORUS_BUFFER=%s\n",
-             SyslogPriority(line.priority), line.tag, line.buffer == LOG_ID_SYSTEM ? "system" : "main");
-  if (line.file != nullptr) {
-    length +=
-        Format(datagram + length, kFieldBytes, "CODE_FILE=%.128s\nCODE_FUNC=%.256s\nCODE_LINE=%d\n",
-               line.file, line.function, line.number);
-  }
-  const auto put = [&](const void* bytes, std::size_t count) {
-    std::memcpy(datagram + length, bytes, count);
-    length += count;
+  char number[16];
+  const char* const number_end = std::to_chars(number, number + sizeof number, line.number).ptr;
+  const char priority = SyslogPriority(line.priority);
+  const std::uint64_t text_length = htole64(line.length);
+  const struct {
+    std::string_view name;
+    std::string_view value;
+  } fields[] = {
+      {"PRIORITY=", {&priority, 1}},
+      {"\nSYSLOG_IDENTIFIER=", Cut(line.tag, 64)},
+      {"\nPELORUS_BUFFER=", line.buffer == LOG_ID_SYSTEM ? "system" : "main"},
+      {"\nMESSAGE\n", {reinterpret_cast<const char*>(&text_length), sizeof text_length}},
+      {"", {line.text, line.length}},
+      {"\nCODE_FILE=", Cut(line.file, 128)},
+      {"\nCODE_FUNC=", Cut(line.function, 256)},
+      {"\nCODE_LINE=", {number, static_cast<std::size_t>(number_end - number)}},
   };
-  std::uint8_t message_length[8];
-  for (int i = 0; i < 8; ++i) {
-    message_length[i] = static_cast<std::uint8_t>(std::uint64_t{line.length} >> (8 * i));
+  const std::size_t count = std::size(fields) - (line.has_place ? 0 : 3);
+  char datagram[1024 + kLineBytes];  // the fields but the text are shorter than 1024, whatever they hold
+  std::size_t length = 0;
+  const auto put = [&](std::string_view bytes) {
+    std::memcpy(datagram + length, bytes.data(), bytes.size());
+    length += bytes.size();
+  };
+  for (std::size_t i = 0; i < count; ++i) {
+    put(fields[i].name);
+    put(fields[i].value);
   }
-  put("MESSAGE\n", 8);
-  put(message_length, sizeof message_length);
-  put(line.text, line.length);
-  put("\n", 1);
+  put("\n");
   return SendConnected(datagram, length);
 }
 
@@ -159,12 +174,13 @@ bool WriteToStandardError(const Line& line) {
 int __dlog_print(log_id_t log_id, int priority, const char* tag, const char* fmt, ...) {
   const int saved_errno = errno;
   char text[kLineBytes];
-  Line line{log_id, priority, tag, nullptr, nullptr, 0, text, 0};
+  Line line{log_id, priority, tag, false, nullptr, nullptr, 0, text, 0};
 
   std::va_list arguments;
   va_start(arguments, fmt);
   const std::size_t length = FormatSignalSafe(text, sizeof text, fmt, arguments);
   if (std::strncmp(fmt, DLOG_PLACE_FORMAT, sizeof DLOG_PLACE_FORMAT - 1) == 0) {
+    line.has_place = true;
     line.file = va_arg(arguments, const char*);
     line.function = va_arg(arguments, const char*);
     line.number = va_arg(arguments, int);
