@@ -1,7 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <optional>
-#include <set>
+#include <vector>
 
 #include "Link.h"
 
@@ -16,10 +17,9 @@ class WiredNetwork {
   /// An interface appeared or changed.
   Transition Update(const Link& link) {
     const bool before = IsAttached();
-    if (IsWired(link) && link.has_carrier) {
-      m_with_carrier.insert(link.index);
-    } else {
-      m_with_carrier.erase(link.index);
+    std::erase(m_with_carrier, link.index);
+    if (link.has_carrier && IsWired(link)) {
+      m_with_carrier.push_back(link.index);
     }
     return Since(before);
   }
@@ -27,7 +27,7 @@ class WiredNetwork {
   /// An interface is gone.
   Transition Remove(int index) {
     const bool before = IsAttached();
-    m_with_carrier.erase(index);
+    std::erase(m_with_carrier, index);
     return Since(before);
   }
 
@@ -46,5 +46,5 @@ class WiredNetwork {
     return IsAttached() == before ? Transition() : IsAttached();
   }
 
-  std::set<int> m_with_carrier;
+  std::vector<int> m_with_carrier;  // each once
 };
