@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "AbsentKeys.h"
 #include "FileDescriptor.h"
 
 namespace settings {
@@ -54,9 +55,24 @@ bool IsAcceptable(const char* key) {
   return true;
 }
 
-std::optional<std::string> ReadWhole(const char* path) {
+AbsentKeys& Absent() {
+  static auto* const keys = new AbsentKeys;  // never destroyed, as the roots
+  return *keys;
+}
+
+std::optional<std::string> ReadWhole(const char* key) {
+  if (key == nullptr || Absent().Has(key)) {
+    return std::nullopt;
+  }
+  const auto path = PathOf(key);
+  if (!path) {
+    return std::nullopt;
+  }
   // Non-blocking, so that a pipe somebody put there cannot stop the main loop.
-  const FileDescriptor file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+  const FileDescriptor file(open(path->c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+  if (!file.ok() && errno == ENOENT) {
+    Absent().Note(key, *path);
+  }
   struct stat status;
   if (!file.ok() || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
     return std::nullopt;
@@ -177,11 +193,7 @@ std::string MemoryRoot() {
 }
 
 GVariant* Read(const char* key, const GVariantType* type) {
-  const auto path = PathOf(key);
-  if (!path) {
-    return nullptr;
-  }
-  const auto text = ReadWhole(path->c_str());
+  const auto text = ReadWhole(key);
   if (!text || !IsOneLine(*text) || !HasGoodEscapes(*text)) {
     return nullptr;
   }
