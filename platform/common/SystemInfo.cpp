@@ -70,36 +70,43 @@ bool SystemInfo::Has(const std::string& group, const std::string& name) const {
          g_key_file_has_key(m_file, group.c_str(), name.c_str(), nullptr);
 }
 
-int SystemInfo::GetBool(const char* key, bool& value) {
+SystemInfo::Answer SystemInfo::Read(const char* key, Reader read) const {
   std::string group;
   std::string name;
   if (const int error = Find(key, group, name); error != SYSTEM_INFO_ERROR_NONE) {
-    return error;
+    return {error, 0};
   }
-  const std::lock_guard lock(m_mutex);
   if (!Has(group, name)) {
-    return SYSTEM_INFO_ERROR_NOT_SUPPORTED;
+    return {SYSTEM_INFO_ERROR_NOT_SUPPORTED, 0};
   }
   g_autoptr(GError) error = nullptr;
-  const bool found = g_key_file_get_boolean(m_file, group.c_str(), name.c_str(), &error) != FALSE;
-  value = error == nullptr ? found : value;
-  return ErrorOf(error);
+  const int found = read(m_file, group.c_str(), name.c_str(), &error);
+  return {ErrorOf(error), found};
+}
+
+int SystemInfo::Get(TextMap<Answer>& answers, const char* key, int& value, Reader read) {
+  if (key == nullptr) {
+    return SYSTEM_INFO_ERROR_INVALID_PARAMETER;
+  }
+  const std::lock_guard lock(m_mutex);
+  auto known = answers.find(std::string_view(key));
+  if (known == answers.end()) {
+    known = answers.emplace(key, Read(key, read)).first;
+  }
+  const Answer& answer = known->second;
+  value = answer.error == SYSTEM_INFO_ERROR_NONE ? answer.value : value;
+  return answer.error;
+}
+
+int SystemInfo::GetBool(const char* key, bool& value) {
+  int truth = value ? 1 : 0;
+  const int error = Get(m_truths, key, truth, g_key_file_get_boolean);
+  value = truth != 0;
+  return error;
 }
 
 int SystemInfo::GetInt(const char* key, int& value) {
-  std::string group;
-  std::string name;
-  if (const int error = Find(key, group, name); error != SYSTEM_INFO_ERROR_NONE) {
-    return error;
-  }
-  const std::lock_guard lock(m_mutex);
-  if (!Has(group, name)) {
-    return SYSTEM_INFO_ERROR_NOT_SUPPORTED;
-  }
-  g_autoptr(GError) error = nullptr;
-  const int found = g_key_file_get_integer(m_file, group.c_str(), name.c_str(), &error);
-  value = error == nullptr ? found : value;
-  return ErrorOf(error);
+  return Get(m_numbers, key, value, g_key_file_get_integer);
 }
 
 int SystemInfo::GetString(const char* key, std::string& value) {
@@ -127,6 +134,8 @@ bool SystemInfo::Override(const std::string& key, const char* value) {
     return false;
   }
   const std::lock_guard lock(m_mutex);
+  m_truths.clear();
+  m_numbers.clear();
   if (value != nullptr) {
     g_key_file_set_value(m_file, group.c_str(), name.c_str(), value);
   } else {

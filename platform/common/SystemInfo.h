@@ -5,6 +5,8 @@
 
 #include <glib.h>
 
+#include "TextMap.h"
+
 /// The model's features and the product's facts, from a key file (GKeyFile). A key is
 /// "GROUP/NAME", and the file holds it as NAME under [GROUP]. Usable from any thread.
 class SystemInfo {
@@ -32,6 +34,18 @@ class SystemInfo {
   int Find(const char* key, std::string& group, std::string& name) const;
   bool Has(const std::string& group, const std::string& name) const;
 
+  struct Answer {
+    int error;
+    int value;
+  };
+  /// g_key_file_get_integer() or g_key_file_get_boolean().
+  using Reader = int (*)(GKeyFile* file, const char* group, const char* name, GError** error);
+  int Get(TextMap<Answer>& answers, const char* key, int& value, Reader read);
+  Answer Read(const char* key, Reader read) const;
+
   std::mutex m_mutex;
   GKeyFile* m_file;  // never freed: the one object lives as long as the process
+  // What was asked before: an event asks for the same few facts each time.
+  TextMap<Answer> m_truths;
+  TextMap<Answer> m_numbers;
 };
