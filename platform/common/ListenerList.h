@@ -12,19 +12,24 @@ template <class Listener>
 class ListenerList {
  public:
   void Add(Listener listener) {
-    m_entries.push_back(std::make_shared<Entry>(Entry{std::move(listener)}));
+    auto entries = Copy();
+    entries->push_back(std::make_shared<Entry>(Entry{std::move(listener)}));
+    m_entries = std::move(entries);
   }
 
   /// @return how many were removed
   template <class Predicate>
   std::size_t RemoveIf(Predicate&& predicate) {
-    return std::erase_if(m_entries, [&](const std::shared_ptr<Entry>& entry) {
+    const auto entries = Copy();
+    const std::size_t removed = std::erase_if(*entries, [&](const std::shared_ptr<Entry>& entry) {
       if (!predicate(std::as_const(entry->listener))) {
         return false;
       }
       entry->removed = true;
       return true;
     });
+    m_entries = entries;
+    return removed;
   }
 
   ListenerList() = default;
@@ -37,28 +42,36 @@ class ListenerList {
     return *this;
   }
   ~ListenerList() {
-    for (const auto& entry : m_entries) {
-      entry->removed = true;
+    for (std::size_t i = 0; i < Count(); ++i) {
+      (*m_entries)[i]->removed = true;
     }
   }
 
   template <class Function>
   void ForEach(Function&& function) const {
-    const auto round = m_entries;  // keeps the entries while this list may change or end
-    for (const auto& entry : round) {
-      if (!entry->removed) {
-        function(std::as_const(entry->listener));
+    const auto round = m_entries;  // stays as it is while this list may change or end
+    for (std::size_t i = 0; round != nullptr && i < round->size(); ++i) {
+      const Entry& entry = *(*round)[i];
+      if (!entry.removed) {
+        function(entry.listener);
       }
     }
   }
 
-  [[nodiscard]] bool IsEmpty() const { return m_entries.empty(); }
-  [[nodiscard]] std::size_t Count() const { return m_entries.size(); }
+  [[nodiscard]] bool IsEmpty() const { return Count() == 0; }
+  [[nodiscard]] std::size_t Count() const { return m_entries != nullptr ? m_entries->size() : 0; }
 
  private:
   struct Entry {
     Listener listener;
     bool removed = false;
   };
-  std::vector<std::shared_ptr<Entry>> m_entries;
+  using Entries = std::vector<std::shared_ptr<Entry>>;
+
+  [[nodiscard]] std::shared_ptr<Entries> Copy() const {
+    return m_entries != nullptr ? std::make_shared<Entries>(*m_entries) : std::make_shared<Entries>();
+  }
+
+  /// Replaced with each change, so that a round needs no copy. Null before the first.
+  std::shared_ptr<const Entries> m_entries;
 };
