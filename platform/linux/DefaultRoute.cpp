@@ -55,7 +55,8 @@ std::string GatewayOf(nlattr* const* attributes) {
 std::optional<DefaultRoute> ParseDefaultRoute(const nlmsghdr* message) {
   auto* header = const_cast<nlmsghdr*>(message);  // the parser reads it only
   nlattr* attributes[RTA_MAX + 1];
-  if (!nlmsg_valid_hdr(header, sizeof(rtmsg)) ||
+  const bool is_route = message->nlmsg_type == RTM_NEWROUTE || message->nlmsg_type == RTM_DELROUTE;
+  if (!is_route || !nlmsg_valid_hdr(header, sizeof(rtmsg)) ||
       nlmsg_parse(header, sizeof(rtmsg), attributes, RTA_MAX, nullptr) < 0) {
     return std::nullopt;
   }

@@ -5,8 +5,6 @@
 #include <cstring>
 #include <utility>
 
-#include <linux/rtnetlink.h>
-
 #include "vconf_keys.h"
 
 using namespace std::chrono_literals;
@@ -33,12 +31,11 @@ std::unique_ptr<InternetMonitor> InternetMonitor::Start(ProbeConfig config, Hand
 }
 
 bool InternetMonitor::Open() {
-  m_socket = NetlinkSocket::Open(
-      {RTNLGRP_LINK, RTNLGRP_IPV4_ROUTE, RTNLGRP_IPV6_ROUTE, RTNLGRP_IPV4_IFADDR, RTNLGRP_IPV6_IFADDR},
-      [this](const nlmsghdr*) { LookSoon(); }, [this] { LookSoon(); });
+  m_events = KernelEvents::Listen(
+      KernelEvents::Turn::kLater, [this](const nlmsghdr*) { LookSoon(); }, [this] { LookSoon(); });
   LookSoon();
   vconf_notify_key_changed(vconf_keys::kNotifyPelorus, OnPower, this);
-  return m_socket != nullptr;
+  return m_events != nullptr;
 }
 
 InternetMonitor::~InternetMonitor() {

@@ -8,8 +8,8 @@
 
 #include "InternetProbe.h"
 #include "InternetVerdict.h"
+#include "KernelEvents.h"
 #include "MainLoopSource.h"
-#include "NetlinkSocket.h"
 #include "ProbeConfig.h"
 #include "WayOut.h"
 #include "vconf.h"
@@ -48,7 +48,7 @@ class InternetMonitor {
 
   const ProbeConfig m_config;
   const Handler m_handler;
-  std::unique_ptr<NetlinkSocket> m_socket;
+  std::unique_ptr<KernelEvents> m_events;
   std::optional<WayOut> m_way;      // that the verdict is about
   std::optional<WayOut> m_settled;  // that becomes it unless it changes again
   InternetVerdict m_verdict;

@@ -25,12 +25,6 @@ namespace {
 
 constexpr int kHardwareAddressBytes = 6;
 
-/// A socket that hears of nothing but the answers to its questions.
-std::unique_ptr<NetlinkSocket> OpenForQuestions() {
-  return NetlinkSocket::Open(
-      {}, [](const nlmsghdr*) {}, [] {});
-}
-
 bool FindBestRoute(NetlinkSocket& socket, std::optional<DefaultRoute>& best) {
   return socket.Dump(
       RTM_GETROUTE, [&] { best.reset(); },
@@ -112,22 +106,30 @@ bool IsOfType(const Link& link, connection_type_e type) {
 
 namespace kernel_tables {
 
-bool FindTrafficLink(std::optional<Link>& link) {
-  const auto socket = OpenForQuestions();
-  std::optional<DefaultRoute> route;
-  if (socket == nullptr || !FindBestRoute(*socket, route)) {
-    return false;
-  }
+bool FindDefaultRoute(std::optional<DefaultRoute>& route, std::optional<Link>& link) {
+  const auto socket = NetlinkSocket::Open();
+  std::optional<DefaultRoute> best;
   std::optional<Link> found;
-  if (route && !FindLink(*socket, route->link_index, found)) {
+  if (socket == nullptr || !FindBestRoute(*socket, best) ||
+      (best && !FindLink(*socket, best->link_index, found))) {
     return false;
   }
-  if (found && found->has_carrier) {
+  if (found) {
     found->device_type = DeviceTypeOf(found->index);
-    link = found;
-  } else {
-    link.reset();
   }
+  route = best;
+  link = found;
+  return true;
+}
+
+bool FindTrafficLink(std::optional<Link>& link) {
+  std::optional<DefaultRoute> route;
+  std::optional<Link> found;
+  if (!FindDefaultRoute(route, found)) {
+    return false;
+  }
+  const bool carries = found && found->has_carrier;
+  link = carries ? std::move(found) : std::nullopt;
   return true;
 }
 
@@ -155,7 +157,7 @@ std::optional<std::string> AddressOf(int link_index, connection_address_family_e
 }
 
 std::optional<int> FindCable() {
-  const auto socket = OpenForQuestions();
+  const auto socket = NetlinkSocket::Open();
   std::optional<int> found;
   const auto on_link = [&](const nlmsghdr* message) {
     auto link = ParseLink(message);
@@ -173,7 +175,7 @@ std::optional<int> FindCable() {
 }
 
 std::optional<int> LeaseOf(int link_index, connection_address_family_e family) {
-  const auto socket = OpenForQuestions();
+  const auto socket = NetlinkSocket::Open();
   const auto wanted = AddressOf(link_index, family);
   std::optional<int> seconds;
   const auto on_address = [&](const nlmsghdr* message) {
@@ -208,7 +210,7 @@ std::optional<int> LeaseOf(int link_index, connection_address_family_e family) {
 }
 
 std::optional<std::string> HardwareAddressOf(connection_type_e type) {
-  const auto socket = OpenForQuestions();
+  const auto socket = NetlinkSocket::Open();
   if (socket == nullptr) {
     return std::nullopt;
   }
@@ -234,7 +236,7 @@ std::optional<std::string> HardwareAddressOf(connection_type_e type) {
 }
 
 bool IsNeighbourSilent(int link_index, const std::string& address) {
-  const auto socket = OpenForQuestions();
+  const auto socket = NetlinkSocket::Open();
   bool is_silent = false;
   const auto on_neighbour = [&](const nlmsghdr* message) {
     auto* header = const_cast<nlmsghdr*>(message);  // the parser reads it only

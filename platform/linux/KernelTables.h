@@ -3,12 +3,19 @@
 #include <optional>
 #include <string>
 
+#include "DefaultRoute.h"
 #include "Link.h"
 #include "net_connection.h"
 
 /// Looks at the kernel's tables at the moment when somebody asks. Nothing is kept and nothing waits for
 /// events, so that a question costs its own time and no wake-up later. Main-loop thread only.
 namespace kernel_tables {
+
+/// The default route of the lowest metric, of either family, and its interface.
+/// @param route  out: nullopt when there is none; untouched on failure
+/// @param link   out: nullopt when there is none, or it has gone meanwhile; untouched on failure
+/// @return false when the kernel does not answer; logged
+[[nodiscard]] bool FindDefaultRoute(std::optional<DefaultRoute>& route, std::optional<Link>& link);
 
 /// The interface that the machine's traffic leaves through: that of the default route of the lowest
 /// metric, of either family. One without a carrier carries nothing, whatever the table says.

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstring>
 #include <fstream>
+#include <string_view>
 
 #include <net/if.h>  // before the kernel's own headers, which then leave out what it has
 
@@ -23,22 +24,26 @@ void ForEachAttribute(const void* first, std::size_t bytes, Visitor visit) {
   }
 }
 
-/// IFLA_LINKINFO is a nest, and the kind a member of it.
-std::string KindOf(const void* link_info, std::size_t bytes) {
-  std::string kind;
+/// IFLA_LINKINFO is a nest, and the kind of software a member of it.
+LinkMaker MakerOf(const void* link_info, std::size_t bytes) {
+  LinkMaker maker = LinkMaker::kHardware;
   ForEachAttribute(link_info, bytes, [&](int type, const void* data, std::size_t size) {
     if (type == IFLA_INFO_KIND) {
       const auto* text = static_cast<const char*>(data);
-      kind.assign(text, strnlen(text, size));
+      const std::string_view kind(text, strnlen(text, size));
+      maker = kind.empty()     ? LinkMaker::kHardware
+              : kind == "veth" ? LinkMaker::kVeth
+                               : LinkMaker::kOther;
     }
   });
-  return kind;
+  return maker;
 }
 
 }  // namespace
 
 std::optional<Link> ParseLink(const nlmsghdr* message) {
-  if (message->nlmsg_len < NLMSG_LENGTH(sizeof(ifinfomsg))) {
+  const bool is_link = message->nlmsg_type == RTM_NEWLINK || message->nlmsg_type == RTM_DELLINK;
+  if (!is_link || message->nlmsg_len < NLMSG_LENGTH(sizeof(ifinfomsg))) {
     return std::nullopt;
   }
   const auto* info = static_cast<const ifinfomsg*>(NLMSG_DATA(message));
@@ -54,7 +59,7 @@ std::optional<Link> ParseLink(const nlmsghdr* message) {
         } else if (type == IFLA_MASTER) {
           link.is_port = size >= sizeof(std::uint32_t) && *static_cast<const std::uint32_t*>(data) != 0;
         } else if (type == IFLA_LINKINFO) {
-          link.kind = KindOf(data, size);
+          link.maker = MakerOf(data, size);
         }
       });
   if (info->ifi_family != AF_UNSPEC || is_wireless_event) {
@@ -85,5 +90,5 @@ bool IsWired(const Link& link) {
   if (link.arp_type != ARPHRD_ETHER || !link.device_type.empty()) {
     return false;
   }
-  return link.kind.empty() || (link.kind == "veth" && !link.is_port);
+  return link.maker == LinkMaker::kHardware || (link.maker == LinkMaker::kVeth && !link.is_port);
 }

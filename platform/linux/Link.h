@@ -5,14 +5,21 @@
 
 #include <linux/netlink.h>
 
+/// What an interface comes from.
+enum class LinkMaker {
+  kHardware,
+  kVeth,  ///< software: one end of a pair
+  kOther  ///< other software: a bridge, a tunnel
+};
+
 /// A network interface, as far as this backend cares about it.
 struct Link {
   int index = 0;
   unsigned arp_type = 0;     ///< ARPHRD_*
   bool has_carrier = false;  ///< up, and there is a signal on the line
   bool is_port = false;      ///< belongs to a bridge, a bond, or another master
-  std::string kind;          ///< what software made it: "bridge", "veth"; empty for hardware
-  std::string device_type;   ///< what hardware it is: "wlan", "wwan"; empty for plain Ethernet
+  LinkMaker maker = LinkMaker::kHardware;
+  std::string device_type;  ///< what hardware it is: "wlan", "wwan"; empty for plain Ethernet
 };
 
 /// Reads an RTM_NEWLINK or RTM_DELLINK message, all but the device type.

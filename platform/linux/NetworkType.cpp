@@ -5,17 +5,17 @@
 
 #include <linux/rtnetlink.h>
 
+#include "KernelTables.h"
 #include "vconf.h"
 #include "vconf_keys.h"
 
 std::unique_ptr<NetworkType> NetworkType::Start(std::function<void()> on_change) {
   std::unique_ptr<NetworkType> type(new NetworkType(std::move(on_change)));
-  // Links as well: the kernel drops the IPv4 routes of an interface that goes down without a word.
-  type->m_socket = NetlinkSocket::Open(
-      {RTNLGRP_IPV4_ROUTE, RTNLGRP_IPV6_ROUTE, RTNLGRP_LINK},
+  type->m_events = KernelEvents::Listen(
+      KernelEvents::Turn::kLater,
       [self = type.get()](const nlmsghdr* message) { self->OnMessage(message); },
       [self = type.get()] { self->RefreshSoon(); });
-  if (type->m_socket == nullptr) {
+  if (type->m_events == nullptr) {
     return nullptr;
   }
   type->Refresh();
@@ -31,6 +31,7 @@ NetworkType::~NetworkType() {
 /// A route that replaces another is announced without the one that it replaces: instead of keeping a
 /// table of its own, this looks at the kernel's after each change that may matter.
 void NetworkType::OnMessage(const nlmsghdr* message) {
+  // Links as well: the kernel drops the IPv4 routes of an interface that goes down without a word.
   const bool is_link = message->nlmsg_type == RTM_NEWLINK || message->nlmsg_type == RTM_DELLINK;
   if (is_link || ParseDefaultRoute(message)) {
     RefreshSoon();
@@ -52,12 +53,15 @@ void NetworkType::RefreshSoon() {
 }
 
 void NetworkType::Refresh() {
-  const auto route = BestRoute();
+  std::optional<DefaultRoute> route;
+  std::optional<Link> link;
+  if (!kernel_tables::FindDefaultRoute(route, link)) {
+    return;
+  }
   if (route != m_route) {
     m_route = route;
     m_on_change();
   }
-  const auto link = route ? FindLink(route->link_index) : std::nullopt;
   if (!link) {
     return;
   }
@@ -67,45 +71,4 @@ void NetworkType::Refresh() {
     vconf_set_str(vconf_keys::kNetworkType, type);
   }
   std::free(stored);
-}
-
-std::optional<DefaultRoute> NetworkType::BestRoute() {
-  std::optional<DefaultRoute> best;
-  m_socket->Dump(
-      RTM_GETROUTE, [&] { best.reset(); },
-      [&](const nlmsghdr* message) {
-        const bool is_entry =
-            message->nlmsg_type == RTM_NEWROUTE && (message->nlmsg_flags & NLM_F_MULTI) != 0;
-        if (!is_entry) {
-          OnMessage(message);  // news that came in between
-          return;
-        }
-        const auto route = ParseDefaultRoute(message);
-        if (route && (!best || route->metric < best->metric)) {
-          best = route;
-        }
-      });
-  return best;
-}
-
-std::optional<Link> NetworkType::FindLink(int index) {
-  std::optional<Link> found;
-  m_socket->Dump(
-      RTM_GETLINK, [&] { found.reset(); },
-      [&](const nlmsghdr* message) {
-        const bool is_entry =
-            message->nlmsg_type == RTM_NEWLINK && (message->nlmsg_flags & NLM_F_MULTI) != 0;
-        if (!is_entry) {
-          OnMessage(message);  // news that came in between
-          return;
-        }
-        const auto link = ParseLink(message);
-        if (link && link->index == index) {
-          found = link;
-        }
-      });
-  if (found) {
-    found->device_type = DeviceTypeOf(index);
-  }
-  return found;
 }

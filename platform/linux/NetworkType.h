@@ -8,7 +8,7 @@
 #include <glib.h>
 
 #include "DefaultRoute.h"
-#include "NetlinkSocket.h"
+#include "KernelEvents.h"
 
 /// Keeps "db/menu/network/network_type" at what the machine's traffic leaves through: the default route
 /// of the lowest metric. With no default route the last value stays, as it does on a TV: it says what
@@ -27,11 +27,9 @@ class NetworkType {
   void OnMessage(const nlmsghdr* message);
   void RefreshSoon();
   void Refresh();
-  [[nodiscard]] std::optional<DefaultRoute> BestRoute();
-  [[nodiscard]] std::optional<Link> FindLink(int index);
 
   std::function<void()> m_on_change;
   std::optional<DefaultRoute> m_route;  // as it was looked at last
-  std::unique_ptr<NetlinkSocket> m_socket;
+  std::unique_ptr<KernelEvents> m_events;
   guint m_refresh = 0;  // while one is due
 };

@@ -20,8 +20,7 @@ struct Tables {
 };
 
 std::optional<Tables> ReadTables() {
-  const auto socket = NetlinkSocket::Open(
-      {}, [](const nlmsghdr*) {}, [] {});
+  const auto socket = NetlinkSocket::Open();
   Tables tables;
   const auto on_link = [&](const nlmsghdr* message) {
     if (const auto link = ParseLink(message)) {

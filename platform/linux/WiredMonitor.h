@@ -3,7 +3,7 @@
 #include <functional>
 #include <memory>
 
-#include "NetlinkSocket.h"
+#include "KernelEvents.h"
 #include "WiredNetwork.h"
 
 /// Tells each time the wired network of the machine becomes attached or detached. Main-loop thread only;
@@ -22,11 +22,12 @@ class WiredMonitor {
  private:
   explicit WiredMonitor(Handler handler) : m_handler(std::move(handler)) {}
   bool Open();
-  [[nodiscard]] bool Look(WiredNetwork& found);
+  [[nodiscard]] static bool Look(WiredNetwork& found);
   static WiredNetwork::Transition Handle(WiredNetwork& network, const nlmsghdr* message);
   void Tell(WiredNetwork::Transition transition);
 
   Handler m_handler;
   WiredNetwork m_network;
-  std::unique_ptr<NetlinkSocket> m_socket;
+  std::unique_ptr<KernelEvents> m_events;
+  bool m_is_started = false;
 };

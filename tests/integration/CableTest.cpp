@@ -14,6 +14,7 @@
 
 #include "DaemonProgram.h"
 #include "MainLoop.h"
+#include "NW_Common.h"
 #include "NW_LanPopup.h"
 #include "Network.h"
 #include "Popups.h"
@@ -101,6 +102,45 @@ TEST_F(CableEvents, TheStateFoundAtTheStartIsNoEvent) {
   Listen();
   Settle();
   EXPECT_EQ(m_states, States{});
+}
+
+/// Others hear through the same socket, and have not been told yet of what belongs to the start.
+TEST_F(CableEvents, WhatIsUnderWayAtTheStartIsNoEvent) {
+  network::AddCable("wall", "far");
+  ASSERT_EQ(platform_start(), 0);
+  Settle();
+  network::SetUp("far", false);
+  network::SetUp("far", true);
+  network::SetUp("far", false);
+  Listen();
+  connection_ethernet_cable_state_e state = CONNECTION_ETHERNET_CABLE_ATTACHED;
+  EXPECT_EQ(connection_get_ethernet_cable_state(m_connection, &state), CONNECTION_ERROR_NONE);
+  EXPECT_EQ(state, CONNECTION_ETHERNET_CABLE_DETACHED);
+  Settle();
+  EXPECT_EQ(m_states, States{});
+  network::SetUp("far", true);
+  WaitForStates(1);
+  EXPECT_EQ(m_states, States{1});
+  platform_stop();
+}
+
+TEST_F(CableEvents, OnesEndLeavesTheOthersListening) {
+  network::AddCable("wall", "far");
+  ASSERT_EQ(platform_start(), 0);
+  Settle();
+  Listen();
+  connection_destroy(std::exchange(m_connection, nullptr));
+  network::AddAddress("wall", "192.0.2.10/24");
+  network::AddDefaultRoute("wall", AF_INET, 100);
+  RunLoopUntil([] {
+    const HeapString type(vconf_get_str(vconf_keys::kNetworkType));
+    return type != nullptr && std::string(type.get()) == "Wired";
+  });
+  Listen();
+  network::SetUp("far", false);
+  WaitForStates(1);
+  EXPECT_EQ(m_states, States{0});
+  platform_stop();
 }
 
 TEST_F(CableEvents, AnAdapterThatAppearsLaterCounts) {

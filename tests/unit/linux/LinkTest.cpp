@@ -75,7 +75,25 @@ TEST(LinkMessage, SaysWhatTheInterfaceIs) {
   EXPECT_EQ(link->arp_type, static_cast<unsigned>(ARPHRD_ETHER));
   EXPECT_TRUE(link->has_carrier);
   EXPECT_TRUE(link->is_port);
-  EXPECT_EQ(link->kind, "veth");
+  EXPECT_EQ(link->maker, LinkMaker::kVeth);
+}
+
+TEST(LinkMessage, TellsVethFromOtherSoftwareAndFromHardware) {
+  const ifinfomsg info = Interface(IFF_UP);
+  EXPECT_EQ(ParseLink(Message(RTM_NEWLINK, &info, sizeof info).Header())->maker, LinkMaker::kHardware);
+  for (const char* other : {"bridge", "vet", "vethx", "dummy"}) {
+    Message message(RTM_NEWLINK, &info, sizeof info);
+    message.PutKind(other);
+    EXPECT_EQ(ParseLink(message.Header())->maker, LinkMaker::kOther) << other;
+  }
+}
+
+TEST(LinkMessage, OnlyMessagesAboutLinksAreTaken) {
+  const ifinfomsg info = Interface(IFF_UP | IFF_LOWER_UP);
+  EXPECT_TRUE(ParseLink(Message(RTM_DELLINK, &info, sizeof info).Header()));
+  for (const int type : {RTM_NEWADDR, RTM_DELADDR, RTM_NEWROUTE, RTM_DELROUTE, RTM_NEWNEIGH}) {
+    EXPECT_FALSE(ParseLink(Message(type, &info, sizeof info).Header())) << type;
+  }
 }
 
 TEST(LinkMessage, AnInterfaceThatIsUpWithoutASignalHasNoCarrier) {
@@ -111,25 +129,28 @@ TEST(LinkMessage, EveryShortenedMessageIsSurvived) {
 TEST(WiredInterfaces, AreChosenByWhatTheyAre) {
   struct Case {
     unsigned arp_type;
-    const char* kind;
+    LinkMaker maker;
     const char* device_type;
     bool is_port;
     bool is_wired;
   };
+  using enum LinkMaker;
   for (const Case& c :
-       {Case{ARPHRD_ETHER, "", "", false, true}, Case{ARPHRD_ETHER, "", "", true, true},
-        Case{ARPHRD_ETHER, "veth", "", false, true}, Case{ARPHRD_ETHER, "veth", "", true, false},
-        Case{ARPHRD_ETHER, "bridge", "", false, false}, Case{ARPHRD_ETHER, "dummy", "", false, false},
-        Case{ARPHRD_ETHER, "tun", "", false, false}, Case{ARPHRD_ETHER, "vlan", "", false, false},
-        Case{ARPHRD_ETHER, "", "wlan", false, false}, Case{ARPHRD_ETHER, "", "wwan", false, false},
-        Case{ARPHRD_ETHER, "", "gadget", false, false}, Case{ARPHRD_LOOPBACK, "", "", false, false},
-        Case{ARPHRD_PPP, "", "", false, false}}) {
+       {Case{ARPHRD_ETHER, kHardware, "", false, true}, Case{ARPHRD_ETHER, kHardware, "", true, true},
+        Case{ARPHRD_ETHER, kVeth, "", false, true}, Case{ARPHRD_ETHER, kVeth, "", true, false},
+        Case{ARPHRD_ETHER, kOther, "", false, false},
+        Case{ARPHRD_ETHER, kHardware, "wlan", false, false},
+        Case{ARPHRD_ETHER, kHardware, "wwan", false, false},
+        Case{ARPHRD_ETHER, kHardware, "gadget", false, false},
+        Case{ARPHRD_LOOPBACK, kHardware, "", false, false},
+        Case{ARPHRD_PPP, kHardware, "", false, false}}) {
     Link link = Ethernet(1, true);
     link.arp_type = c.arp_type;
-    link.kind = c.kind;
+    link.maker = c.maker;
     link.device_type = c.device_type;
     link.is_port = c.is_port;
-    EXPECT_EQ(IsWired(link), c.is_wired) << c.arp_type << " " << c.kind << " " << c.device_type;
+    EXPECT_EQ(IsWired(link), c.is_wired)
+        << c.arp_type << " " << static_cast<int>(c.maker) << " " << c.device_type;
   }
 }
 
@@ -163,6 +184,7 @@ TEST(DefaultRouteMessage, OnlyDefaultRoutesOfTheMainTableCount) {
   EXPECT_EQ(route->link_index, 7);
   EXPECT_EQ(route->metric, 600u);
 
+  EXPECT_FALSE(ParseDefaultRoute(Message(RTM_NEWADDR, &plain, sizeof plain).Header()));
   rtmsg subnet = Route();
   subnet.rtm_dst_len = 24;
   EXPECT_FALSE(ParseDefaultRoute(Message(RTM_NEWROUTE, &subnet, sizeof subnet).Header()));
