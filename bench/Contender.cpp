@@ -59,8 +59,6 @@ void StartJournal() {
   Require(bind(journal, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0,
           address.sun_path);
   std::thread([journal] {
-    const sched_param none{};  // the journal is no contender, and in no hurry on any machine
-    sched_setscheduler(0, SCHED_OTHER, &none);
     char message[8192];
     while (recv(journal, message, sizeof message, 0) >= 0) {
     }

@@ -1,13 +1,15 @@
 /* The floor under the daemon's way from a cable event to the popup: a program that knows the answers,
  * and does no more of it than what leaves the process. It waits in GLib's main loop, sends the journal
- * as many lines as the daemon does when a cable is plugged in, looks for the one setting that the
- * decision depends on, and starts the program.
+ * as many lines as the daemon does when a cable is plugged in, makes sure that the one setting is still
+ * absent that the decision depends on, and starts the program.
  *
  * usage: floor_cable INTERFACE PROGRAM */
+#define _GNU_SOURCE
 #include <fcntl.h>
 #include <signal.h>
 #include <stdio.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -15,7 +17,8 @@
 
 #include "cable_events.h"
 
-static const char kSetting[] = "/run/pelorus/settings/memory/wizard/wizard_mode";
+/* Where the setting would be that the decision depends on. */
+static const char kSettings[] = "/run/pelorus/settings/memory";
 
 /* The first comes before the look for the setting. */
 static const char* const kLines[] = {
@@ -57,11 +60,14 @@ static void Log(int journal, const char* text) {
   send(journal, line, sizeof kFields + length, MSG_DONTWAIT | MSG_NOSIGNAL);
 }
 
+/* Whether anything came into its directory. */
 static void LookForSetting(void) {
-  const int file = open(kSetting, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
-  if (file >= 0) {
-    close(file);
+  static int directory = -1;
+  struct stat status;
+  if (directory < 0) {
+    directory = open(kSettings, O_PATH | O_CLOEXEC);
   }
+  fstat(directory, &status);
 }
 
 static gboolean OnReadable(gint events, GIOCondition condition, gpointer user_data) {
