@@ -204,6 +204,9 @@ TEST(SystemInfo, OverrideMakesItAnotherModel) {
   EXPECT_TRUE(info.Override("brand.new/fact", "false"));
   EXPECT_EQ(system_info_get_custom_bool("brand.new/fact", &truth), SYSTEM_INFO_ERROR_NONE);
   EXPECT_FALSE(truth);
+  EXPECT_TRUE(info.Override("brand.new/fact", "true"));
+  EXPECT_EQ(system_info_get_custom_bool("brand.new/fact", &truth), SYSTEM_INFO_ERROR_NONE);
+  EXPECT_TRUE(truth) << "after it was asked for";
   EXPECT_TRUE(info.Override(FEATURE_TV_MODEL_TYPE, "broken"));
   EXPECT_EQ(Int("tv_model_type", number), SYSTEM_INFO_ERROR_IO_ERROR);
   EXPECT_TRUE(info.Override(FEATURE_TV_MODEL_TYPE, nullptr));
