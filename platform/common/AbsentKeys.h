@@ -18,9 +18,8 @@
 /// or removed is noticed; one above it that is, or is mounted over, is not. Usable from any thread.
 class AbsentKeys {
  public:
-  /// @return true when the key certainly has no file still: the directory says so. Otherwise it has to
-  /// be
-  ///         looked for.
+  /// @return true when the key certainly has no file still: its directory says so. Otherwise somebody
+  ///         has to look.
   [[nodiscard]] bool Has(std::string_view key);
 
   /// Takes note of a key whose file was not found, if a directory can vouch for that from now on.
