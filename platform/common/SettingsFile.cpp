@@ -61,7 +61,7 @@ AbsentKeys& Absent() {
 }
 
 std::optional<std::string> ReadWhole(const char* key) {
-  if (key == nullptr || Absent().Has(key)) {
+  if (key == nullptr || (!IsDurable(key) && Absent().Has(key))) {
     return std::nullopt;
   }
   const auto path = PathOf(key);
@@ -70,7 +70,7 @@ std::optional<std::string> ReadWhole(const char* key) {
   }
   // Non-blocking, so that a pipe somebody put there cannot stop the main loop.
   const FileDescriptor file(open(path->c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
-  if (!file.ok() && errno == ENOENT) {
+  if (!file.ok() && errno == ENOENT && !IsDurable(key)) {
     Absent().Note(key, *path);
   }
   struct stat status;
