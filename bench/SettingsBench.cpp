@@ -17,6 +17,7 @@
 
 #include "Medians.h"
 #include "Report.h"
+#include "SettingsFile.h"
 #include "vconf.h"
 
 namespace {
@@ -93,6 +94,18 @@ void ReadText(benchmark::State& state) {
     char* value = vconf_get_str(g_keys.text.c_str());
     Require(value != nullptr && std::strcmp(value, kSampleText) == 0, "vconf_get_str");
     std::free(value);
+  }
+}
+
+/// The calls of the kernel without which no setting that is a file can be read.
+void ReadFileOnly(benchmark::State& state) {
+  PelorusWrite(1);
+  const std::string path = settings::PathOf(g_keys.number.c_str()).value_or("");
+  char content[1024];
+  for (auto _ : state) {
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    Require(file >= 0 && pread(file, content, sizeof content, 0) == 2, "reading a setting's file");
+    close(file);
   }
 }
 
@@ -262,6 +275,7 @@ void RegisterAll() {
     return Medians::Add(name, function, arguments...)->UseRealTime();
   };
   add("read int", ReadNumber);
+  add("open, read, close", ReadFileOnly);
   add("dconf read int", DconfReadNumber);
   add("read string", ReadText);
   add("dconf read string", DconfReadText);
@@ -280,6 +294,7 @@ void PrintReport(const Medians& medians, const std::string& store) {
   const auto ratio = [&](const char* what, const char* ours, const char* theirs, const char* peer) {
     report::Ratio(what, medians[ours], peer, medians[theirs], "us");
   };
+  ratio("read int", "read int", "open, read, close", "open, read, close");
   ratio("read int", "read int", "dconf read int", "dconf");
   ratio("read string", "read string", "dconf read string", "dconf");
   ratio("write", "write", "dconf write_sync", "dconf write_sync");

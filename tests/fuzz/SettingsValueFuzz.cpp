@@ -8,7 +8,8 @@
 #include "vconf.h"
 
 // A file that somebody else wrote where a setting should be: each read fails or gives a value, which
-// survives being written and read again.
+// survives being written and read again. A value that was told without GLib's parser is the parser's
+// too.
 
 namespace {
 
@@ -27,6 +28,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static const std::string path = PrepareStore();
   g_file_set_contents_full(path.c_str(), reinterpret_cast<const char*>(data), static_cast<gssize>(size),
                            G_FILE_SET_CONTENTS_NONE, 0644, nullptr);
+  if (g_autoptr(GVariant) value = settings::Read(kKey, nullptr)) {
+    const auto* const text = reinterpret_cast<const char*>(data);
+    g_autoptr(GVariant) parsed = g_variant_parse(nullptr, text, text + size, nullptr, nullptr);
+    if (parsed == nullptr || !g_variant_equal(value, parsed)) {
+      std::abort();
+    }
+  }
   int number = 0;
   vconf_get_int(kKey, &number);
   vconf_get_bool(kKey, &number);

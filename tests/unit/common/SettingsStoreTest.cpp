@@ -4,6 +4,8 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -13,6 +15,7 @@
 #include <unistd.h>
 
 #include "Files.h"
+#include "SettingsFile.h"
 #include "TestLog.h"
 #include "vconf.h"
 
@@ -163,6 +166,33 @@ TEST(SettingsStore, ADamagedFileIsAFailedRead) {
   }
   ASSERT_EQ(vconf_set_int(kInt, 1), VCONF_OK) << "a damaged value can be replaced";
   EXPECT_EQ(ReadsOf(kInt), (Reads{true, false, false}));
+}
+
+/// Most values are told without GLib's parser: it has the last word on what they are.
+TEST(SettingsStore, EveryShortLineIsWhatGLibTakesItFor) {
+  const fs::path path = files::kDatabase / kInt;
+  fs::create_directories(path.parent_path());
+  const auto expect_what_glib_says = [&path](const std::string& line) {
+    files::Write(path, line + "\n");
+    g_autoptr(GVariant) expected = g_variant_parse(nullptr, line.c_str(), nullptr, nullptr, nullptr);
+    g_autoptr(GVariant) value = settings::Read(kInt, nullptr);
+    ASSERT_EQ(value == nullptr, expected == nullptr) << line;
+    EXPECT_TRUE(value == nullptr || g_variant_equal(value, expected)) << line;
+  };
+  constexpr std::string_view kCharacters = "'\"\\-+0179x a";
+  std::vector<std::string> lines = {""};
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    expect_what_glib_says(lines[i]);
+    for (const char character : lines[i].size() < 4 ? kCharacters : "") {
+      lines.push_back(lines[i] + character);
+    }
+  }
+  EXPECT_EQ(lines.size(), 1 + 12 + 144 + 1728 + 20736U);
+  for (const char* line :
+       {"2147483647", "2147483648", "-2147483648", "-2147483649", "99999999999999999999", "1\t", "'\t'",
+        "'Wohnzimmer-TV \u00fc'", "'it\\'s'", "\"it's\"", "true", "false", "1.5", "@i 5", "uint32 5"}) {
+    expect_what_glib_says(line);
+  }
 }
 
 TEST(SettingsStore, RandomBytesNeverCrashARead) {
