@@ -11,6 +11,7 @@
 #include <signal.h>
 #include <sys/file.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "Files.h"
@@ -50,6 +51,27 @@ void AddMany(int writer, unsigned count) {
   for (unsigned number = 0; number < count; ++number) {
     ASSERT_EQ(Add(writer, number), 1) << number;
   }
+}
+
+void AddForEver(int writer) {
+  for (unsigned number = 0;; ++number) {
+    Add(writer, number);
+  }
+}
+
+/// That writer 2 has the last line to itself, and that no line has two records.
+/// @return how many lines have no end
+int ExpectOneRecordALine() {
+  int torn = 0;
+  std::istringstream lines(files::Read(journal::kPath));
+  std::string last;
+  for (std::string line; std::getline(lines, line); last = line) {
+    EXPECT_EQ(line.find("{\"time\"", 1), line.npos) << "two records on one line: " << line;
+    torn += line.ends_with("}") ? 0 : 1;
+  }
+  EXPECT_TRUE(last.starts_with("{\"time\"") && last.ends_with("}")) << last;
+  EXPECT_NE(last.find("\"code\":\"2\""), last.npos) << last;
+  return torn;
 }
 
 /// Whether a process has ended; it must still be joined.
@@ -158,33 +180,46 @@ TEST_F(KpiJournalProcesses, AWriterWhoseFileIsRotatedBeforeItsTurnTakesTheNewOne
   EXPECT_EQ(journal::Texts("code"), std::vector<std::string>{"2"});
 }
 
-TEST_F(KpiJournalProcesses, WhatAKilledWriterTearsIsOnALineOfItsOwn) {
+TEST_F(KpiJournalProcesses, AWriterKilledAtAnyMomentStopsNobody) {
   std::mt19937 random(9);
-  int torn = 0;
-  for (int round = 0; round < 100 || (torn == 0 && round < 2'000); ++round) {
-    const pid_t writer = processes::Start([] {
-      for (unsigned number = 0;; ++number) {
-        Add(1, number);
-      }
-    });
-    const timespec pause{0, static_cast<long>(1'000'000 + random() % 2'000'000)};
+  for (int round = 0; round < 100; ++round) {
+    const pid_t writer = processes::Start([] { AddForEver(1); });
+    while (!fs::exists(journal::kPath)) {
+      ASSERT_FALSE(HasEnded(writer));
+    }
+    const timespec pause{0, static_cast<long>(random() % 2'000'000)};
     nanosleep(&pause, nullptr);
-    ASSERT_EQ(kill(writer, SIGKILL), 0) << "the writer ended by itself";
+    ASSERT_EQ(kill(writer, SIGKILL), 0);
     waitpid(writer, nullptr, 0);
     ASSERT_EQ(Add(2, 0), 1) << "the next one is not stopped by it";
-    std::istringstream lines(files::Read(journal::kPath));
-    std::string last;
-    for (std::string line; std::getline(lines, line);) {
-      ASSERT_EQ(line.find("{\"time\"", 1), line.npos) << "two records on one line: " << line;
-      torn += line.ends_with("}") ? 0 : 1;
-      last = line;
-    }
-    ASSERT_TRUE(last.ends_with("}")) << last;
-    ASSERT_NE(last.find("\"code\":\"2\""), last.npos) << last;
+    ExpectOneRecordALine();
     fs::remove(journal::kPath);
   }
-  EXPECT_GT(torn, 0) << "no kill hit a writer at work";
-  RecordProperty("torn", torn);
+}
+
+/// A limit of the file's size ends a write in the middle, and the writer when it goes on.
+TEST_F(KpiJournalProcesses, WhatAKilledWriterTearsIsOnALineOfItsOwn) {
+  std::mt19937 random(9);
+  for (int round = 0; round < 100; ++round) {
+    const rlim_t size = 1 + random() % 20'000;
+    const pid_t writer = processes::Start([size] {
+      const rlimit no_core{0, 0};
+      setrlimit(RLIMIT_CORE, &no_core);
+      const rlimit file{size, size};
+      setrlimit(RLIMIT_FSIZE, &file);
+      AddForEver(1);
+    });
+    int status = 0;
+    waitpid(writer, &status, 0);
+    ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGXFSZ) << status;
+    const std::string left = files::Read(journal::kPath);
+    ASSERT_EQ(left.size(), size);
+    ASSERT_EQ(Add(2, 0), 1) << "the next one is not stopped by it";
+    const bool is_whole = left.ends_with("}") || left.ends_with("}\n");
+    ASSERT_EQ(ExpectOneRecordALine(), is_whole ? 0 : 1);
+    ASSERT_TRUE(files::Read(journal::kPath).starts_with(left)) << "what was there stays";
+    fs::remove(journal::kPath);
+  }
 }
 
 TEST_F(KpiJournalProcesses, ADiskThatIsFullNowAndThenKeepsEveryLineWhole) {
