@@ -22,7 +22,7 @@ using vconf_keys::Type;
 namespace {
 
 Variant ReadAnyType(const std::string& key) {
-  return Variant(settings::Read(key.c_str(), nullptr));
+  return Variant(settings::Read(key.c_str()));
 }
 
 bool EqualIgnoringCase(const std::string& text, const char* word) {
@@ -136,10 +136,8 @@ std::string TypeNameOf(GVariant* value) {
 }
 
 std::string PlainText(GVariant* value) {
-  if (g_autofree char* text = settings::ToText(g_variant_ref(value)); text != nullptr) {
-    return text;
-  }
-  return QuotedText(value);
+  const auto text = settings::ToText(value);
+  return text ? *text : QuotedText(value);
 }
 
 std::string QuotedText(GVariant* value) {

@@ -119,24 +119,34 @@ bool IsOneLine(std::string_view content) {
          g_utf8_validate_len(content.data(), content.size(), nullptr);
 }
 
-/// What nearly every key holds, a whole number or a text without escapes. GLib's parser builds a tree of
-/// any value first, which would be a fifth of a reading.
-/// @return null for any other line, which is left to the parser
-GVariant* PlainValue(std::string_view line) {
-  if (line.size() >= 2 && line.front() == '\'' && line.back() == '\'') {
-    const std::string_view text = line.substr(1, line.size() - 2);
-    const bool is_plain = text.find('\'') == text.npos && text.find('\\') == text.npos;
-    return is_plain ? g_variant_new_take_string(g_strndup(text.data(), text.size())) : nullptr;
+/// @return the line of a key's file, without its end
+std::optional<std::string> ReadLine(const char* key) {
+  auto content = ReadWhole(key);
+  if (!content || !IsOneLine(*content)) {
+    return std::nullopt;
   }
-  // A zero in front makes the number an octal one, or "0x" a hexadecimal one.
-  const std::string_view digits = line.substr(line.starts_with('-') ? 1 : 0);
-  std::int32_t number = 0;
-  const auto [end, error] = std::from_chars(line.data(), line.data() + line.size(), number);
-  const bool is_plain = error == std::errc() && end == line.data() + line.size() &&
-                        (digits == "0" || !digits.starts_with('0'));
-  return is_plain ? g_variant_new_int32(number) : nullptr;
+  content->pop_back();
+  return content;
 }
 
+/// Nearly every key holds a whole number or a text without escapes. These two are told without GLib's
+/// parser, which builds a tree of any value first. Whatever they do not know is left to it.
+std::optional<std::int32_t> PlainNumber(std::string_view line) {
+  // A zero in front makes the number an octal one, or "0x" a hexadecimal one.
+  const std::string_view digits = line.substr(line.starts_with('-') ? 1 : 0);
+  if (digits.starts_with('0') && digits != "0") {
+    return std::nullopt;
+  }
+  std::int32_t number = 0;
+  const auto [end, error] = std::from_chars(line.data(), line.data() + line.size(), number);
+  return error == std::errc() && end == line.data() + line.size() ? std::optional(number) : std::nullopt;
+}
+
+bool IsPlainText(std::string_view line) {
+  return line.starts_with('\'') && line.find('\'', 1) == line.size() - 1 && line.find('\\') == line.npos;
+}
+
+/// @return any value, with a reference that the caller drops, or null
 GVariant* ParsedValue(std::string_view line) {
   if (!HasGoodEscapes(line)) {
     return nullptr;
@@ -223,18 +233,42 @@ std::string MemoryRoot() {
   return RootDirectories().memory;
 }
 
-GVariant* Read(const char* key, const GVariantType* type) {
-  const auto text = ReadWhole(key);
-  if (!text || !IsOneLine(*text)) {
-    return nullptr;
+GVariant* Read(const char* key) {
+  const auto line = ReadLine(key);
+  return line ? ParsedValue(*line) : nullptr;
+}
+
+std::optional<std::int32_t> ReadNumber(const char* key) {
+  const auto line = ReadLine(key);
+  if (!line) {
+    return std::nullopt;
   }
-  const std::string_view line(text->data(), text->size() - 1);
-  GVariant* const plain = PlainValue(line);
-  g_autoptr(GVariant) value = plain != nullptr ? g_variant_ref_sink(plain) : ParsedValue(line);
-  if (value == nullptr || (type != nullptr && !g_variant_is_of_type(value, type))) {
-    return nullptr;
+  if (const auto number = PlainNumber(*line)) {
+    return number;
   }
-  return g_steal_pointer(&value);
+  g_autoptr(GVariant) value = ParsedValue(*line);
+  const bool is_number = value != nullptr && g_variant_is_of_type(value, G_VARIANT_TYPE_INT32);
+  return is_number ? std::optional(g_variant_get_int32(value)) : std::nullopt;
+}
+
+std::optional<bool> ReadTruth(const char* key) {
+  g_autoptr(GVariant) value = Read(key);
+  const bool is_truth = value != nullptr && g_variant_is_of_type(value, G_VARIANT_TYPE_BOOLEAN);
+  return is_truth ? std::optional(g_variant_get_boolean(value) != FALSE) : std::nullopt;
+}
+
+std::optional<std::string> ReadText(const char* key) {
+  auto line = ReadLine(key);
+  if (!line) {
+    return std::nullopt;
+  }
+  if (IsPlainText(*line)) {
+    line->pop_back();
+    line->erase(0, 1);
+    return line;
+  }
+  g_autoptr(GVariant) value = ParsedValue(*line);
+  return value != nullptr ? ToText(value) : std::nullopt;
 }
 
 int Write(const char* key, GVariant* value) {
@@ -264,18 +298,14 @@ GVariant* FromText(const char* text) {
                                             : g_variant_new_bytestring(text);
 }
 
-char* ToText(GVariant* value) {
-  g_autoptr(GVariant) owned = value;
-  if (owned == nullptr) {
-    return nullptr;
+std::optional<std::string> ToText(GVariant* value) {
+  if (g_variant_is_of_type(value, G_VARIANT_TYPE_STRING)) {
+    return g_variant_get_string(value, nullptr);
   }
-  if (g_variant_is_of_type(owned, G_VARIANT_TYPE_STRING)) {
-    return strdup(g_variant_get_string(owned, nullptr));
+  if (g_variant_is_of_type(value, G_VARIANT_TYPE_BYTESTRING)) {
+    return g_variant_get_bytestring(value);
   }
-  if (g_variant_is_of_type(owned, G_VARIANT_TYPE_BYTESTRING)) {
-    return strdup(g_variant_get_bytestring(owned));
-  }
-  return nullptr;
+  return std::nullopt;
 }
 
 }  // namespace settings

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,9 +22,15 @@ std::optional<std::string> PathOf(const char* key);
 std::string DatabaseRoot();
 std::string MemoryRoot();
 
-/// @return the value with a reference that the caller drops; null when the key has no value, or one that
-///         is not of `type` (null for any type)
-GVariant* Read(const char* key, const GVariantType* type);
+/// @return the value, of any type, with a reference that the caller drops; null when the key has none
+GVariant* Read(const char* key);
+
+/// @return the value, or nullopt when the key has none, or one of another type
+std::optional<std::int32_t> ReadNumber(const char* key);
+std::optional<bool> ReadTruth(const char* key);
+
+/// @return the text that was written, or nullopt when the key has no value, or one that is no text
+std::optional<std::string> ReadText(const char* key);
 
 /// Replaces the value. Takes over a floating reference.
 /// @return 0, or an errno value: the key then keeps its old value
@@ -32,8 +39,7 @@ int Write(const char* key, GVariant* value);
 /// Text of any bytes as a value: a string, or a byte string when it is not UTF-8.
 GVariant* FromText(const char* text);
 
-/// @return the text that FromText() made a value of, as a heap string for free(), or null for a value of
-///         another type; takes over the reference
-char* ToText(GVariant* value);
+/// @return the text that FromText() made a value of, or nullopt for a value of another type
+std::optional<std::string> ToText(GVariant* value);
 
 }  // namespace settings

@@ -1,5 +1,7 @@
 #include "vconf.h"
 
+#include <cstring>
+
 #include "CallGate.h"
 #include "PlatformLog.h"
 #include "SettingsFile.h"
@@ -21,11 +23,11 @@ int vconf_get_int(const char* key, int* value) {
   if (call_gate::Refusal("vconf_get_int", key) || value == nullptr) {
     return VCONF_ERROR;
   }
-  g_autoptr(GVariant) stored = settings::Read(key, G_VARIANT_TYPE_INT32);
-  if (stored == nullptr) {
+  const auto stored = settings::ReadNumber(key);
+  if (!stored) {
     return VCONF_ERROR;
   }
-  *value = g_variant_get_int32(stored);
+  *value = *stored;
   return VCONF_OK;
 }
 
@@ -33,11 +35,11 @@ int vconf_get_bool(const char* key, int* value) {
   if (call_gate::Refusal("vconf_get_bool", key) || value == nullptr) {
     return VCONF_ERROR;
   }
-  g_autoptr(GVariant) stored = settings::Read(key, G_VARIANT_TYPE_BOOLEAN);
-  if (stored == nullptr) {
+  const auto stored = settings::ReadTruth(key);
+  if (!stored) {
     return VCONF_ERROR;
   }
-  *value = g_variant_get_boolean(stored) ? 1 : 0;
+  *value = *stored ? 1 : 0;
   return VCONF_OK;
 }
 
@@ -45,7 +47,8 @@ char* vconf_get_str(const char* key) {
   if (call_gate::Refusal("vconf_get_str", key)) {
     return nullptr;
   }
-  return settings::ToText(settings::Read(key, nullptr));
+  const auto text = settings::ReadText(key);
+  return text ? strdup(text->c_str()) : nullptr;
 }
 
 int vconf_set_int(const char* key, int value) {

@@ -27,13 +27,7 @@ const char* NameOf(Internet::Carrier carrier) {
 }
 
 bool IsStored(const char* type) {
-  GVariant* const stored = settings::Read(vconf_keys::kNetworkType, G_VARIANT_TYPE_STRING);
-  if (stored == nullptr) {
-    return false;
-  }
-  const bool is_equal = g_str_equal(g_variant_get_string(stored, nullptr), type) != 0;
-  g_variant_unref(stored);
-  return is_equal;
+  return settings::ReadText(vconf_keys::kNetworkType) == type;
 }
 
 }  // namespace

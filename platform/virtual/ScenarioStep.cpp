@@ -1,8 +1,6 @@
 #include "ScenarioStep.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <memory>
 #include <sstream>
 #include <vector>
 
@@ -174,12 +172,11 @@ Outcome ExpectWifi(const Step& step, const Ask& ask) {
 }  // namespace
 
 std::optional<std::string> ReadKey(const std::string& key) {
-  g_autoptr(GVariant) value = settings::Read(key.c_str(), nullptr);
+  g_autoptr(GVariant) value = settings::Read(key.c_str());
   if (value == nullptr) {
     return std::nullopt;
   }
-  if (char* text = settings::ToText(g_variant_ref(value)); text != nullptr) {
-    const std::unique_ptr<char, decltype(&std::free)> owned(text, std::free);
+  if (auto text = settings::ToText(value)) {
     return text;
   }
   g_autofree char* printed = g_variant_print(value, FALSE);

@@ -1,8 +1,5 @@
 #include "SettingsApp.h"
 
-#include <cstdlib>
-#include <memory>
-
 #include <json/value.h>
 #include <json/writer.h>
 
@@ -119,10 +116,8 @@ void SettingsApp::SetAnswer(Answer answer, unsigned delay_ms) {
 }
 
 void SettingsApp::OnWritten(keynode_t* /*node*/, void* self) {
-  const std::unique_ptr<char, decltype(&std::free)> value(
-      settings::ToText(settings::Read(vconf_keys::kLaunchNS, nullptr)), std::free);
-  if (value != nullptr) {
-    static_cast<SettingsApp*>(self)->OnValue(value.get());
+  if (const auto value = settings::ReadText(vconf_keys::kLaunchNS)) {
+    static_cast<SettingsApp*>(self)->OnValue(*value);
   }
 }
 

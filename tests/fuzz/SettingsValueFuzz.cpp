@@ -8,8 +8,7 @@
 #include "vconf.h"
 
 // A file that somebody else wrote where a setting should be: each read fails or gives a value, which
-// survives being written and read again. A value that was told without GLib's parser is the parser's
-// too.
+// survives being written and read again. What is told without GLib's parser is what the parser says.
 
 namespace {
 
@@ -28,12 +27,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static const std::string path = PrepareStore();
   g_file_set_contents_full(path.c_str(), reinterpret_cast<const char*>(data), static_cast<gssize>(size),
                            G_FILE_SET_CONTENTS_NONE, 0644, nullptr);
-  if (g_autoptr(GVariant) value = settings::Read(kKey, nullptr)) {
-    const auto* const text = reinterpret_cast<const char*>(data);
-    g_autoptr(GVariant) parsed = g_variant_parse(nullptr, text, text + size, nullptr, nullptr);
-    if (parsed == nullptr || !g_variant_equal(value, parsed)) {
-      std::abort();
-    }
+  g_autoptr(GVariant) parsed = settings::Read(kKey);
+  const bool is_number = parsed != nullptr && g_variant_is_of_type(parsed, G_VARIANT_TYPE_INT32);
+  if (settings::ReadNumber(kKey) !=
+          (is_number ? std::optional(g_variant_get_int32(parsed)) : std::nullopt) ||
+      settings::ReadText(kKey) != (parsed != nullptr ? settings::ToText(parsed) : std::nullopt)) {
+    std::abort();
   }
   int number = 0;
   vconf_get_int(kKey, &number);

@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <utility>
 
 #include <dlfcn.h>
@@ -46,13 +45,11 @@ void SetNumber(const char* key, int value) {
 }
 /// @return as text; "(none)" when there is none
 std::string Number(const char* key) {
-  g_autoptr(GVariant) value = settings::Read(key, G_VARIANT_TYPE_INT32);
-  return value == nullptr ? "(none)" : std::to_string(g_variant_get_int32(value));
+  const auto value = settings::ReadNumber(key);
+  return value ? std::to_string(*value) : "(none)";
 }
 std::string Text(const char* key) {
-  const std::unique_ptr<char, decltype(&std::free)> text(settings::ToText(settings::Read(key, nullptr)),
-                                                         std::free);
-  return text == nullptr ? "(none)" : text.get();
+  return settings::ReadText(key).value_or("(none)");
 }
 
 /// The networks of a published document, each with one member; empty when there is no document.

@@ -114,9 +114,8 @@ class SavedNetworksRoom {
 
   /// The document of a string key, without white space; "(none)" when there is none.
   static std::string Stored(const char* key) {
-    const std::unique_ptr<char, decltype(&std::free)> text(
-        settings::ToText(settings::Read(key, nullptr)), std::free);
-    return text == nullptr ? "(none)" : Compact(text.get());
+    const auto text = settings::ReadText(key);
+    return text ? Compact(*text) : "(none)";
   }
 
   /// What the daemon has written to a key since Forget(), each without white space.

@@ -38,8 +38,8 @@ class SettingsApplication {
  private:
   static void OnWord(keynode_t* /*node*/, void* self) {
     auto* application = static_cast<SettingsApplication*>(self);
-    const HeapString word(settings::ToText(settings::Read(vconf_keys::kLaunchNS, nullptr)));
-    if (word != nullptr && std::string_view(word.get()) == "SHOWPOPUP" && application->m_timer == 0) {
+    const auto word = settings::ReadText(vconf_keys::kLaunchNS);
+    if (word == "SHOWPOPUP" && application->m_timer == 0) {
       application->m_timer = g_timeout_add(1000, Press, application);
     }
   }
