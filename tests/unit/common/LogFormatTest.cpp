@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
 #include <memory>
 #include <random>
 #include <string>
@@ -32,12 +33,15 @@ template <class... Arguments>
 void ExpectSame(const std::string& format, Arguments... arguments) {
   for (const std::size_t size : {std::size_t{2048}, std::size_t{7}, std::size_t{1}}) {
     char theirs[2048];
-    char ours[2048];
+    char ours[2048 + 2048];
+    std::fill(std::begin(ours), std::end(ours), '#');
     const int length = std::snprintf(theirs, size, format.c_str(), arguments...);
     ASSERT_GE(length, 0) << format;
     EXPECT_EQ(Format(ours, size, format.c_str(), arguments...), static_cast<std::size_t>(length))
         << format;
     EXPECT_STREQ(ours, theirs) << format;
+    EXPECT_TRUE(std::all_of(ours + size, std::end(ours), [](char c) { return c == '#'; }))
+        << format << ": wrote beyond the buffer";
   }
 }
 

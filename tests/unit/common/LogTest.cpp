@@ -234,6 +234,18 @@ TEST(LogJournal, PriorityAndBufferAreTold) {
   }
 }
 
+TEST(LogJournal, AnOverlongTagAndPlaceAreCut) {
+  Journal journal;
+  const std::string text(2'000, 'y');
+  __dlog_print(LOG_ID_MAIN, DLOG_INFO, text.c_str(), DLOG_PLACE_FORMAT "%s", text.c_str(), text.c_str(),
+               7, text.c_str());
+  const auto record = journal.Take().value();
+  EXPECT_EQ(record.at("SYSLOG_IDENTIFIER"), std::string(64, 'y'));
+  EXPECT_EQ(record.at("CODE_FILE"), std::string(128, 'y'));
+  EXPECT_EQ(record.at("CODE_FUNC"), std::string(256, 'y'));
+  EXPECT_EQ(record.at("MESSAGE").size(), 4'095U);
+}
+
 TEST(LogJournal, AnEmptyAndALongMessageArrive) {
   Journal journal;
   __dlog_print(LOG_ID_MAIN, DLOG_INFO, "T", "%s", "");
