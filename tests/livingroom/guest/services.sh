@@ -25,10 +25,14 @@ end_service() {
 }
 
 base_services() {
+  local rules
   runs dbus || bus
   if ! runs udevd; then
     mkdir -p /run/systemd/network /run/udev/rules.d
     ln -sf /dev/null /run/systemd/network/99-default.link # the kernel's names of interfaces stay
+    for rules in 60-ifplugd 80-ifupdown; do # they would act on the cable, too, on a machine that has them
+      ln -sf /dev/null "/run/udev/rules.d/$rules.rules"
+    done
     house udevd /usr/lib/systemd/systemd-udevd
     within 10 test -S /run/udev/control
     udevadm trigger --action=add
