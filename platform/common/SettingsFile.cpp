@@ -80,7 +80,7 @@ std::optional<std::string> ReadWhole(const char* key) {
   std::string content;
   char chunk[1024];
   for (;;) {
-    // With a position, which a pipe and a directory refuse.
+    // At a position, which a pipe has not: what was put there is no value.
     const ssize_t length = pread(file.get(), chunk, sizeof chunk, static_cast<off_t>(content.size()));
     if (length < 0 && errno == EINTR) {
       continue;
