@@ -167,13 +167,16 @@ KernelEvents::~KernelEvents() {
   m_socket->Remove(this);
 }
 
-void KernelEvents::CatchUp() {
-  const auto socket = m_socket;
-  Reading reading = Reading::kMessages;
-  while (reading == Reading::kMessages) {
-    reading = socket->Read();
+bool KernelEvents::CatchUp() {
+  const auto socket = m_socket;  // a listener may end this object
+  bool has_come = false;
+  Reading reading = socket->Read();
+  for (; reading == Reading::kMessages; reading = socket->Read()) {
+    has_come = true;
   }
   if (reading == Reading::kLoss) {
     socket->OnLoss();
+    has_come = true;
   }
+  return has_come;
 }

@@ -29,7 +29,8 @@ class KernelEvents {
   KernelEvents& operator=(const KernelEvents&) = delete;
 
   /// Tells all listeners now what came and the main loop has not told yet.
-  void CatchUp();
+  /// @return whether anything came
+  bool CatchUp();
 
  private:
   class Socket;

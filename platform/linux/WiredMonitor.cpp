@@ -4,6 +4,13 @@
 
 #include "NetlinkSocket.h"
 
+namespace {
+
+/// So that the start comes to an end where routes change without a pause.
+constexpr int kMostLooks = 10;
+
+}  // namespace
+
 std::unique_ptr<WiredMonitor> WiredMonitor::Start(Handler handler) {
   std::unique_ptr<WiredMonitor> monitor(new WiredMonitor(std::move(handler)));
   return monitor->Open() ? std::move(monitor) : nullptr;
@@ -18,11 +25,22 @@ bool WiredMonitor::Open() {
           Tell(m_network.Become(found));
         }
       });
-  if (m_events == nullptr || !Look(m_network)) {
-    return false;
+  m_is_started = m_events != nullptr && FindState();
+  return m_is_started;
+}
+
+/// What was under way belongs to what is found at the start. It may be older than what a look finds: a
+/// carrier that went stands in the kernel's table up to a second before it is told. So what holds is a
+/// look that nothing came after.
+bool WiredMonitor::FindState() {
+  for (int look = 0; look < kMostLooks; ++look) {
+    if (!Look(m_network)) {
+      return false;
+    }
+    if (!m_events->CatchUp()) {
+      break;
+    }
   }
-  m_events->CatchUp();  // with what was under way: it belongs to what is found at the start
-  m_is_started = true;
   return true;
 }
 

@@ -22,6 +22,7 @@ class WiredMonitor {
  private:
   explicit WiredMonitor(Handler handler) : m_handler(std::move(handler)) {}
   bool Open();
+  bool FindState();
   [[nodiscard]] static bool Look(WiredNetwork& found);
   static WiredNetwork::Transition Handle(WiredNetwork& network, const nlmsghdr* message);
   void Tell(WiredNetwork::Transition transition);

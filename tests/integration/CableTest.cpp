@@ -124,6 +124,29 @@ TEST_F(CableEvents, WhatIsUnderWayAtTheStartIsNoEvent) {
   platform_stop();
 }
 
+/// The kernel's table shows that a carrier went before its news say so.
+TEST_F(CableEvents, WhatIsOlderThanTheStartDoesNotUndoIt) {
+  network::DistantCable cable("wall");
+  ASSERT_EQ(platform_start(), 0);
+  Listen();
+  cable.Pull();
+  WaitForStates(1);
+  cable.Plug();
+  WaitForStates(2);
+  connection_destroy(std::exchange(m_connection, nullptr));
+  m_states.clear();
+
+  network::SetArp("wall", false);  // which is told at once, and with it that there is a carrier
+  cable.Pull();                    // told a second after the first one
+  Listen();
+  connection_ethernet_cable_state_e state = CONNECTION_ETHERNET_CABLE_ATTACHED;
+  EXPECT_EQ(connection_get_ethernet_cable_state(m_connection, &state), CONNECTION_ERROR_NONE);
+  EXPECT_EQ(state, CONNECTION_ETHERNET_CABLE_DETACHED);
+  RunLoopFor(1500ms);
+  EXPECT_EQ(m_states, States{});
+  platform_stop();
+}
+
 TEST_F(CableEvents, OnesEndLeavesTheOthersListening) {
   network::AddCable("wall", "far");
   ASSERT_EQ(platform_start(), 0);

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <thread>
 
 #include <net/if.h>  // before the kernel's own headers, which then leave out what it has
 
@@ -56,13 +57,15 @@ using RouteObject = std::unique_ptr<rtnl_route, Caller<rtnl_route_put>>;
 using Address = std::unique_ptr<nl_addr, Caller<nl_addr_put>>;
 using AddressObject = std::unique_ptr<rtnl_addr, Caller<rtnl_addr_put>>;
 
+Socket Connect() {
+  Socket socket(nl_socket_alloc());
+  RequireNl(nl_connect(socket.get(), NETLINK_ROUTE), "netlink");
+  return socket;
+}
+
 /// Made at the first use, thus in the namespace that was entered before.
 nl_sock* Kernel() {
-  static const Socket socket = [] {
-    Socket created(nl_socket_alloc());
-    RequireNl(nl_connect(created.get(), NETLINK_ROUTE), "netlink");
-    return created;
-  }();
+  static const Socket socket = Connect();
   return socket.get();
 }
 
@@ -83,6 +86,16 @@ void Change(const std::string& name, const LinkObject& wanted) {
   const LinkObject present(rtnl_link_alloc());
   rtnl_link_set_ifindex(present.get(), static_cast<int>(IndexOf(name)));
   RequireNl(rtnl_link_change(Kernel(), present.get(), wanted.get(), 0), name);
+}
+
+LinkObject UpOrDown(bool is_up) {
+  LinkObject wanted(rtnl_link_alloc());
+  if (is_up) {
+    rtnl_link_set_flags(wanted.get(), IFF_UP);
+  } else {
+    rtnl_link_unset_flags(wanted.get(), IFF_UP);
+  }
+  return wanted;
 }
 
 RouteObject DefaultRouteOf(const std::string& name, int family, unsigned metric,
@@ -129,6 +142,51 @@ void AddCable(const std::string& name, const std::string& far_end) {
   SetUp(far_end, true);
 }
 
+/// An empty network, which its socket keeps.
+class DistantCable::Network {
+ public:
+  explicit Network(const std::string& cable) {
+    std::thread([&] {
+      RequireSys(unshare(CLONE_NEWNET), "a second network namespace");
+      m_kernel = Connect();
+      RequireNl(rtnl_link_veth_add(Kernel(), cable.c_str(), kFarEnd, gettid()), cable);
+    }).join();
+    // Of two ends that have the same number the kernel takes neither for one that sits on the other,
+    // and only of what sits on others it always tells at once.
+    rtnl_link* found = nullptr;
+    RequireNl(rtnl_link_get_kernel(m_kernel.get(), 0, kFarEnd, &found), kFarEnd);
+    m_end.reset(found);
+    Require(rtnl_link_get_ifindex(found) == static_cast<int>(IndexOf(cable)), cable,
+            "there were interfaces before");
+  }
+
+  void SetUp(bool is_up) {
+    const LinkObject wanted = UpOrDown(is_up);
+    RequireNl(rtnl_link_change(m_kernel.get(), m_end.get(), wanted.get(), 0), kFarEnd);
+  }
+
+ private:
+  static constexpr char kFarEnd[] = "far";
+
+  Socket m_kernel;
+  LinkObject m_end;
+};
+
+DistantCable::DistantCable(const std::string& name) : m_network(std::make_unique<Network>(name)) {
+  network::SetUp(name, true);
+  Plug();
+}
+
+DistantCable::~DistantCable() = default;
+
+void DistantCable::Plug() {
+  m_network->SetUp(true);
+}
+
+void DistantCable::Pull() {
+  m_network->SetUp(false);
+}
+
 void Add(const std::string& name, const std::string& kind) {
   const LinkObject link(rtnl_link_alloc());
   rtnl_link_set_name(link.get(), name.c_str());
@@ -166,13 +224,7 @@ void Remove(const std::string& name) {
 }
 
 void SetUp(const std::string& name, bool is_up) {
-  const LinkObject wanted(rtnl_link_alloc());
-  if (is_up) {
-    rtnl_link_set_flags(wanted.get(), IFF_UP);
-  } else {
-    rtnl_link_unset_flags(wanted.get(), IFF_UP);
-  }
-  Change(name, wanted);
+  Change(name, UpOrDown(is_up));
 }
 
 void Rename(const std::string& name, const std::string& new_name) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 /// The kernel's own network, in a namespace of the test's own: real links that are pulled and plugged.
@@ -12,6 +13,23 @@ void EnterNamespace();
 /// A cable between two new interfaces, both up. To pull it is to take the far end down, which is a port
 /// of a switch in the wall and so no wired interface of the TV's.
 void AddCable(const std::string& name, const std::string& far_end);
+
+/// A cable whose far end, "far", is in another network. The kernel speaks of it as of hardware: of a
+/// carrier that went up to a second after it took the interface for one without.
+class DistantCable {
+ public:
+  explicit DistantCable(const std::string& name);
+  ~DistantCable();
+  DistantCable(const DistantCable&) = delete;
+  DistantCable& operator=(const DistantCable&) = delete;
+
+  void Plug();
+  void Pull();
+
+ private:
+  class Network;
+  const std::unique_ptr<Network> m_network;
+};
 
 /// A new interface, up, of a kind that needs no more than that ("bridge").
 void Add(const std::string& name, const std::string& kind);
