@@ -30,6 +30,8 @@ struct Report {
   bool operator==(const Report&) const = default;
 };
 const Report kOnline{true, "HTTP"};
+constexpr std::chrono::milliseconds kPatience = 20s;
+constexpr int kSeldom = 600;  // seconds: no probe within a test but those that something led to
 
 void GiveUpRawSockets() {
   __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
@@ -64,7 +66,7 @@ class InternetMonitorTest : public testing::Test {
     network::AddDefaultRoute("wall", AF_INET, 100, InternetRoom::kRouter);
   }
   /// Waits for a report and prints for how long.
-  void WaitFor(const Report& report, std::chrono::milliseconds limit = 20s) {
+  void WaitFor(const Report& report, std::chrono::milliseconds limit = kPatience) {
     const auto begin = Clock::now();
     RunLoopUntil([&] { return std::ranges::find(m_reports, report) != m_reports.end(); }, limit);
     const std::chrono::duration<double> taken = Clock::now() - begin;
@@ -103,21 +105,22 @@ TEST_F(InternetMonitor, TellsThatAllWorks) {
             "Cache-Control: no-cache|Connection: close||");
 }
 
-TEST_F(InternetMonitor, TellsAPulledCableAtOnce) {
+TEST_F(InternetMonitor, TellsAPulledCableWithoutAProbe) {
+  InternetRoom::Configure(InternetRoom::Configuration(kSeldom));
   BeOnline();
   network::SetUp("far", false);
-  WaitFor({false, "PHY"}, 1s);
+  WaitFor({false, "PHY"});
   network::SetUp("far", true);
   WaitFor(kOnline);
 }
 
 TEST_F(InternetMonitor, TellsALinkWithoutARouteAsAMissingRouter) {
   Listen();
-  WaitFor({false, "GATEWAY"}, 3s);
+  WaitFor({false, "GATEWAY"});
   RunLoopFor(1500ms);
   EXPECT_EQ(m_room->DnsCount(), 0) << "nothing is probed where nothing leads out";
   JoinRouter();
-  WaitFor(kOnline, 3s);
+  WaitFor(kOnline);
   EXPECT_EQ(m_reports, (std::vector<Report>{{false, "GATEWAY"}, {true, "GATEWAY"}, kOnline}));
 }
 
@@ -206,30 +209,30 @@ TEST_F(InternetMonitor, ReachesThroughTheNewerProtocolAlone) {
   ExpectFailure("GATEWAY", [this] { m_room->SetRouterAlive(true); });
 }
 
-TEST_F(InternetMonitor, ProbesWithinItsIntervalAndNotForNobody) {
+TEST_F(InternetMonitor, ProbesOnceInItsIntervalAndNotForNobody) {
   BeOnline();
   const int before = m_room->HttpCount();
-  RunLoopFor(3500ms);
-  const int meanwhile = m_room->HttpCount() - before;
-  EXPECT_GE(meanwhile, 2);
-  EXPECT_LE(meanwhile, 4);
+  const auto begin = Clock::now();
+  RunLoopUntil([&] { return m_room->HttpCount() >= before + 3; }, kPatience);
+  EXPECT_GT(Clock::now() - begin, 2s) << "three seconds, but for where timers of the machine meet";
   ASSERT_EQ(connection_unset_network_monitor_cb(m_connection), CONNECTION_ERROR_NONE);
+  RunLoopFor(1s);  // for a request that is on its way
   const int at_end = m_room->HttpCount();
   RunLoopFor(2500ms);
   EXPECT_EQ(m_room->HttpCount(), at_end);
 }
 
 TEST_F(InternetMonitor, ProbesAnewAfterAChangeOfTheRoute) {
-  InternetRoom::Configure(InternetRoom::Configuration(600));
+  InternetRoom::Configure(InternetRoom::Configuration(kSeldom));
   BeOnline();
   const int before = m_room->HttpCount();
   network::AddAddress("wall", "192.0.2.77/24");
   network::ReplaceDefaultRoute("wall", AF_INET, 100);
-  RunLoopUntil([&] { return m_room->HttpCount() > before; }, 3s);
+  RunLoopUntil([&] { return m_room->HttpCount() > before; });
 }
 
 TEST_F(InternetMonitor, ProbesAnewWhenTheMachineWakesUp) {
-  InternetRoom::Configure(InternetRoom::Configuration(600));
+  InternetRoom::Configure(InternetRoom::Configuration(kSeldom));
   BeOnline();
   const int before = m_room->HttpCount();
   vconf_set_str(vconf_keys::kNotifyPelorus, "instant_off");
@@ -237,25 +240,25 @@ TEST_F(InternetMonitor, ProbesAnewWhenTheMachineWakesUp) {
   EXPECT_EQ(m_room->HttpCount(), before);
   m_room->SetHttp("302 http://192.0.2.1/");
   vconf_set_str(vconf_keys::kNotifyPelorus, "instant_on");
-  WaitFor({false, "HTTP"}, 3s);
+  WaitFor({false, "HTTP"});
 }
 
 TEST_F(InternetMonitor, FollowsAnInterfaceThroughANewName) {
   BeOnline();
   network::Rename("wall", "socket");
   const int before = m_room->HttpCount();
-  RunLoopUntil([&] { return m_room->HttpCount() > before + 1; }, 5s);
+  RunLoopUntil([&] { return m_room->HttpCount() > before + 1; }, kPatience);
   EXPECT_EQ(m_reports, std::vector<Report>{});
 }
 
 TEST_F(InternetMonitor, FollowsTheTrafficToAnotherInterface) {
   BeOnline();
   network::Remove("wall");
-  WaitFor({false, "PHY"}, 2s);
+  WaitFor({false, "PHY"});
   network::AddCable("usb", "usb-far");
   network::AddAddress("usb", "192.0.2.11/24");
   network::AddDefaultRoute("usb", AF_INET, 100, InternetRoom::kRouter);
-  WaitFor(kOnline, 5s);
+  WaitFor(kOnline);
 }
 
 TEST_F(InternetMonitor, IsNotSupportedWhereItIsSwitchedOff) {

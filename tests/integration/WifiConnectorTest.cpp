@@ -152,7 +152,7 @@ TEST_F(AWifiConnection, EndsItsMoveWhenSomebodyLeadsTheTvElsewhere) {
   ASSERT_EQ(results, Results{});
   nm_client_activate_connection_async(NetworkService::Instance().Client(), NM_CONNECTION(TheProfile()),
                                       Device(), nullptr, nullptr, nullptr, nullptr);
-  RunLoopUntil([&] { return !results.empty(); }, 3s);
+  RunLoopUntil([&] { return !results.empty(); });
   EXPECT_EQ(results, Results{WIFI_ERROR_OPERATION_FAILED});
 }
 

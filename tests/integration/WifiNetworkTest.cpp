@@ -117,7 +117,7 @@ TEST_F(WifiNetwork, AConnectionThatIsLostOnTheWayIsToldAtOnce) {
   RunLoopFor(500ms);
   EXPECT_EQ(m_verdicts, Verdicts{});
   m_stub->TakeOffAir(kCafe);
-  RunLoopUntil([this] { return !m_verdicts.empty(); }, 3s);
+  RunLoopUntil([this] { return !m_verdicts.empty(); });
   EXPECT_EQ(m_verdicts, (Verdicts{{WIFI_MANAGER_ERROR_NO_CONNECTION, false, std::nullopt}}));
 }
 
