@@ -14,12 +14,15 @@ constexpr guint kLookLimitMs = 4'000;
 constexpr guint kChannelLimitMs = 500;
 constexpr guint kHoldLimitMs = 5'000;
 
-/// Where an aborted scan needs a moment to end.
-constexpr guint kLookRetryMs = 150;
-constexpr int kLookTries = 12;
 /// Others are left to end their scan for a while.
-constexpr guint kScanRetryMs = 500;
+constexpr guint kPatientRetryMs = 500;
 constexpr int kPatientTries = 10;
+/// Then it is ended, which needs a moment. Who scans without a pause begins the next one a third of a
+/// second later.
+constexpr guint kRetryMs = 150;
+constexpr int kLookTries = 12;
+/// Some drivers end no scan, and take 37 s for it.
+constexpr int kScanTries = kPatientTries + 260;
 constexpr int kAborts = 3;
 
 guint LimitOf(const ScanRequest& request) {
@@ -105,16 +108,16 @@ void ScanQueue::BeginNext() {
   }
   m_job = std::move(m_jobs.front());
   m_jobs.pop_front();
+  Try();
+}
+
+void ScanQueue::Try() {
   const auto give_up = [](gpointer self) -> gboolean {
     static_cast<ScanQueue*>(self)->m_limit = 0;
     static_cast<ScanQueue*>(self)->OnLimit();
     return G_SOURCE_REMOVE;
   };
   m_limit = g_timeout_add(LimitOf(m_job->request), give_up, this);
-  Try();
-}
-
-void ScanQueue::Try() {
   m_is_scanning = true;
   m_begun_at = g_get_monotonic_time();
   const ScanRequest request = m_job->request;
@@ -128,6 +131,7 @@ void ScanQueue::Try() {
 void ScanQueue::OnEnd(Scanner::End end) {
   ++m_round;
   m_is_scanning = false;
+  StopTimers();
   switch (end) {
     case Scanner::End::kDone:
       return Finish(true);
@@ -145,45 +149,44 @@ void ScanQueue::OnBusy() {
     return OnAborted();
   }
   ++m_job->busy_count;
-  if (m_job->is_look && m_job->busy_count >= kLookTries) {
+  if (m_job->busy_count >= (m_job->is_look ? kLookTries : kScanTries)) {
     return Finish(false);
   }
-  if (m_job->is_look || m_job->busy_count >= kPatientTries) {
-    m_scanner.Abort();
+  if (!m_job->is_look && m_job->busy_count < kPatientTries) {
+    return TryIn(kPatientRetryMs);
   }
-  TryLater();
+  m_scanner.Abort();
+  TryIn(kRetryMs);
 }
 
 void ScanQueue::OnAborted() {
   const bool has_looks = !m_jobs.empty() && m_jobs.front().is_look;
   if (!m_job->is_look && has_looks) {
     m_is_interrupted = false;
-    StopTimers();
     InsertAfterLooks(*std::exchange(m_job, std::nullopt));
     return Schedule();
   }
   if (++m_job->abort_count >= kAborts) {
     return Finish(false);
   }
-  TryLater();
+  TryIn(m_job->is_look ? kRetryMs : kPatientRetryMs);
 }
 
-void ScanQueue::TryLater() {
+void ScanQueue::TryIn(guint milliseconds) {
   const auto again = [](gpointer self) -> gboolean {
     static_cast<ScanQueue*>(self)->m_retry = 0;
     static_cast<ScanQueue*>(self)->Try();
     return G_SOURCE_REMOVE;
   };
-  m_retry = g_timeout_add(m_job->is_look ? kLookRetryMs : kScanRetryMs, again, this);
+  m_retry = g_timeout_add(milliseconds, again, this);
 }
 
 void ScanQueue::OnLimit() {
   PLATFORM_LOG(DLOG_WARN, "a scan has no end, and is given up");
   ++m_round;
-  if (std::exchange(m_is_scanning, false)) {
-    m_scanner.Forget();
-    m_scanner.Abort();
-  }
+  m_is_scanning = false;
+  m_scanner.Forget();
+  m_scanner.Abort();
   Finish(false);
 }
 

@@ -35,8 +35,9 @@ class Scanner {
 
 /// The looks and scans that were asked for. There is one antenna: they run one after the other, looks
 /// first, and a look ends the scan that runs, which begins anew when no look is left. Each is answered
-/// once: when it is done, or failed, or its limit of time is over, so that a driver which never answers
-/// keeps nobody waiting. Main-loop thread only.
+/// once: when it is done, or failed, or has run for longer than a scan can, so that a driver which never
+/// answers keeps nobody waiting. A look ends at once what somebody else scans, a scan after some
+/// seconds. Main-loop thread only.
 class ScanQueue {
  public:
   using Answer = std::function<void(bool is_done)>;
@@ -77,7 +78,7 @@ class ScanQueue {
   void OnEnd(Scanner::End end);
   void OnBusy();
   void OnAborted();
-  void TryLater();
+  void TryIn(guint milliseconds);
   void OnLimit();
   void Finish(bool is_done);
   void StopTimers();
@@ -92,6 +93,6 @@ class ScanQueue {
   unsigned m_round = 0;  // tells the end of this scan from a late one of an earlier
   guint m_next = 0;
   guint m_retry = 0;
-  guint m_limit = 0;
-  guint m_hold = 0;  // while scans are held back
+  guint m_limit = 0;  // while one runs
+  guint m_hold = 0;   // while scans are held back
 };

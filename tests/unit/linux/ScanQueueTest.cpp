@@ -173,6 +173,41 @@ TEST_F(ScanQueues, AScanIsPatientWithTheScansOfOthers) {
   EXPECT_EQ(antenna.said, (Words{"scan a", "scan a", "scan a", "scan a"}));
 }
 
+TEST_F(ScanQueues, AScanOfAChannelEndsTheScansThatOthersRunWithoutAPause) {
+  antenna.busy_for = 10;
+  queue.Scan({{5180}, {"a"}}, Note("a"));
+  RunLoopFor(4'400ms);
+  EXPECT_EQ(antenna.said, Words(9, "scan a"));
+  Until([this] { return antenna.said.back() == "abort"; });
+  RunLoopFor(200ms);
+  EXPECT_TRUE(antenna.IsScanning()) << "before the others begin the next one";
+  antenna.Finish(End::kDone);
+  EXPECT_EQ(answers, Words{"a done"});
+}
+
+TEST_F(ScanQueues, AScanOutlastsAScanOfOthersThatCannotBeEnded) {
+  constexpr int kTriesInFortySeconds = 10 + 233;
+  antenna.busy_for = kTriesInFortySeconds;
+  queue.Scan({{5180}, {"a"}}, Note("a"));
+  RunLoopFor(37s);
+  EXPECT_FALSE(antenna.IsScanning());
+  UntilScanning();
+  antenna.Finish(End::kDone);
+  EXPECT_EQ(answers, Words{"a done"});
+}
+
+TEST_F(ScanQueues, TheTimeOfAScanBeginsWhenItDoes) {
+  constexpr int kTriesInFourSeconds = 9;
+  antenna.busy_for = kTriesInFourSeconds;
+  queue.Scan({{5180}, {"a"}}, Note("a"));
+  UntilScanning();
+  RunLoopFor(4s);
+  EXPECT_TRUE(antenna.IsScanning());
+  EXPECT_EQ(answers, Words{});
+  RunLoopFor(1s);
+  EXPECT_EQ(answers, Words{"a failed"});
+}
+
 TEST_F(ScanQueues, ALookComesBeforeAScanThatWaitsForSomebodyElse) {
   antenna.busy_for = 1;
   Scan("a");
