@@ -15,7 +15,8 @@ Scanner::End EndOf(int error) {
 }  // namespace
 
 /// The kernel's number of the interface to Wi-Fi drivers changes when their module is loaded again, so
-/// where there is no interface the next question begins from the start.
+/// where there is no interface the next question begins from the start. While a scan runs on one that
+/// went, its end is still to be told.
 std::optional<Nl80211::Interface> DriverAir::FindInterface() {
   if (m_nl80211 == nullptr) {
     m_nl80211 = Nl80211::Open();
@@ -30,7 +31,7 @@ std::optional<Nl80211::Interface> DriverAir::FindInterface() {
   if (found != interfaces.end()) {
     return *found;
   }
-  if (interfaces.empty()) {
+  if (interfaces.empty() && !m_nl80211->IsListening()) {
     m_nl80211.reset();
   }
   return std::nullopt;

@@ -34,7 +34,7 @@ class DriverAir final : public Scanner {
  private:
   std::optional<Nl80211::Interface> FindInterface();
 
-  std::unique_ptr<Nl80211> m_nl80211;
+  std::shared_ptr<Nl80211> m_nl80211;
   std::string m_name;
   bool m_is_refused = false;
 };

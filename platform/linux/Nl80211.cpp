@@ -154,7 +154,7 @@ std::optional<HeardRadio> HeardOf(nlattr* bss, gint64 now) {
 
 }  // namespace
 
-std::unique_ptr<Nl80211> Nl80211::Open() {
+std::shared_ptr<Nl80211> Nl80211::Open() {
   if (access(kDrivers, F_OK) != 0) {
     return nullptr;
   }
@@ -168,7 +168,7 @@ std::unique_ptr<Nl80211> Nl80211::Open() {
     nl_socket_free(socket);
     return nullptr;
   }
-  return std::unique_ptr<Nl80211>(new Nl80211(socket, family));
+  return std::shared_ptr<Nl80211>(new Nl80211(socket, family));
 }
 
 Nl80211::~Nl80211() {
@@ -319,7 +319,7 @@ void Nl80211::StopListening() {
 }
 
 gboolean Nl80211::OnReadable(gint /*fd*/, GIOCondition /*condition*/, gpointer self) {
-  auto* const nl80211 = static_cast<Nl80211*>(self);
+  const auto nl80211 = static_cast<Nl80211*>(self)->shared_from_this();
   nl_recvmsgs_default(nl80211->m_events);
   const guint source = nl80211->m_source;
   for (const auto& [index, event] : std::exchange(nl80211->m_caught, {})) {

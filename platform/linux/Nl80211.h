@@ -17,10 +17,10 @@ struct nlattr;
 /// The kernel's interface to Wi-Fi drivers (nl80211), as far as this backend asks it. Each question is
 /// one message that the kernel answers at once. Reading takes no privilege, scanning CAP_NET_ADMIN.
 /// Main-loop thread only.
-class Nl80211 {
+class Nl80211 : public std::enable_shared_from_this<Nl80211> {
  public:
   /// @return null when the kernel has no Wi-Fi
-  static std::unique_ptr<Nl80211> Open();
+  static std::shared_ptr<Nl80211> Open();
   ~Nl80211();
   Nl80211(const Nl80211&) = delete;
   Nl80211& operator=(const Nl80211&) = delete;
@@ -54,10 +54,12 @@ class Nl80211 {
 
   enum class ScanEvent { kResults, kAborted };
   using ScanHandler = std::function<void(int index, ScanEvent event)>;
-  /// Listens to how scans end, anybody's, until StopListening(), which the handler may call.
+  /// Listens to how scans end, anybody's, until StopListening(). The handler may call that, and let go
+  /// of this object.
   /// @return false when the kernel refuses; logged
   [[nodiscard]] bool Listen(ScanHandler handler);
   void StopListening();
+  [[nodiscard]] bool IsListening() const { return m_events != nullptr; }
 
  private:
   Nl80211(nl_sock* socket, int family) : m_socket(socket), m_family(family) {}
