@@ -31,7 +31,7 @@ radios() {
   within 10 test -e /sys/class/net/wlan4
   iw reg set DE
   for radio in 1 2 3 4; do
-    iw phy "phy$radio" set netns name router
+    iw phy "$(basename "$(readlink "/sys/class/net/wlan$radio/phy80211")")" set netns name router
   done
 }
 

@@ -36,5 +36,22 @@ is "it runs without a bus" yes "$(daemon_runs && echo yes)"
 network_manager
 moves_on Office office "the bus's death"
 
+# The TV looks for a network on all channels, and when the daemon comes to hear of it its radio is gone.
+switch_off home
+"$CTL" saved connect HomeNet --wait 50 > /dev/null 2>&1 &
+looks=$!
+soon 20 "it looks on one channel, then on all" grep -qF "could not find handle" "$LOGS/pelorus.log"
+pause 1
+kill -STOP "$DAEMON"
+soon 60 "the look is over" iw dev wlan0 scan trigger freq 2437
+modprobe -r mac80211_hwsim
+kill -CONT "$DAEMON"
+switch_off office
+is "the daemon runs without a radio" yes "$(daemon_runs && echo yes)"
+radios
+access_point office wlan1 Office 02:11:22:33:55:50 g 6
+moves_on Office office "the loss of its radio"
+wait "$looks"
+
 # A sanitizer needs more than that for itself.
 [[ $BUILD == *asan* ]] || soon 40 "at rest after all that it holds less than 8 MB" daemon_holds_under 8192
