@@ -254,6 +254,7 @@ TEST_F(CableEvents, ABurstIsToldOneByOne) {
     network::SetUp("wall", false);
     network::SetUp("wall", true);
   }
+  WaitForStates(2u * kPairs);
   Settle();
   ASSERT_EQ(m_states.size(), 2u * kPairs);
   for (std::size_t i = 0; i < m_states.size(); ++i) {

@@ -32,7 +32,7 @@ class CrowdRoom : public testing::Test {
     m_stub.PutOnAir(m_den);
     m_stub.Save(m_den, "autoconnect");
     m_stub.Ask("scan");
-    RunLoopUntil([&] { return m_stub.ConnectedBssid() == m_den.bssid; }, 60s);
+    RunLoopUntil([&] { return m_stub.ConnectedBssid() == m_den.bssid; }, 120s);
   }
 
   BusRoom m_bus;
