@@ -207,7 +207,7 @@ TEST_F(WifiService, ANetworkCountsAsSavedFromTheEndOfItsFirstConnection) {
   EXPECT_EQ(m_stub.Ask("notes quietly"), "done");  // what is known then is the daemon's own record
   Join(m_den);
   RunLoopUntil([&] { return is_saved.size() >= 2; });
-  m_stub.Ask("reconnect");
+  m_stub.Do("reconnect");
   RunLoopUntil([&] { return is_saved.size() >= 4; });
   EXPECT_EQ(is_saved, (std::vector<bool>{false, true, true, true}));
 }

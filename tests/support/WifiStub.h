@@ -69,11 +69,10 @@ class WifiStub {
 
   /// Any other command (see stub_network_manager/__main__.py), and its answer.
   std::string Ask(const std::string& command);
+  /// A test failure, with what the stub has to say, when the command is not done.
+  void Do(const std::string& command);
   [[nodiscard]] static std::string HexOf(const std::string& text);
 
  private:
-  /// A test failure when it is not done.
-  void Do(const std::string& command);
-
   Program m_program;
 };

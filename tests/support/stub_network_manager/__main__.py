@@ -18,7 +18,8 @@ of a network is any bytes.
   adapter out|in                  the Wi-Fi interface leaves the machine, and comes back as another object
   lose                            the link breaks, and who manages the network lets what is saved connect
   reconnect                       leaves the network, and begins to join it again
-  hurry                           connections and scans of a channel take a millisecond or two from then on
+  hurry                           connections and scans of a channel take a millisecond or two from then on, and
+                                  a connection has as long as this process may have to wait for a processor
   notes quietly                   what it notes of a connection in its profile, it announces to nobody from then on
   scan                            lets the supplicant scan everything, and waits for no end
   settle                          waits until no scan runs
@@ -168,6 +169,7 @@ class Room:
     @staticmethod
     def hurry():
         air.ASSOCIATION = air.KEY_EXCHANGE = air.LEASE = air.CHANNEL_SCAN = 1
+        air.CONNECTION_LIMIT = 10_000
 
     def notes(self, _how):
         self.manager.settings.announces_notes = False
