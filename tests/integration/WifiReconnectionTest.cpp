@@ -25,7 +25,7 @@ namespace {
 constexpr int kReconnections = 1000;
 /// After which tables have the size that they need, and the allocator the blocks.
 constexpr int kFirst = 500;
-constexpr int kLooks = 5;
+constexpr int kMostRounds = 3;
 constexpr int kFirstOfTheDaemon = 150;
 /// One lost allocation a time would be more.
 constexpr std::size_t kHeapNoise = 16UL * 1024;
@@ -104,26 +104,27 @@ TEST_F(WifiReconnection, LeavesNothingBehindInThePlatform) {
     }
     RunLoopFor(300ms);
   };
-  // It breathes: at its largest first, at its smallest then.
-  std::size_t heap = 0;
-  for (int i = 0; i < kFirst; i += kFirst / kLooks) {
-    reconnect(kFirst / kLooks);
+  std::size_t heap = 0;  // at its largest, because it breathes
+  for (int i = 0; i < kFirst; i += kFirst / 5) {
+    reconnect(kFirst / 5);
     heap = std::max(heap, mallinfo2().uordblks);
   }
   const long sources = Sources();
   const long descriptors = EntriesOf("/proc/self/fd");
-  reconnect(kReconnections);
-  std::size_t heap_then = mallinfo2().uordblks;
-  for (int i = 0; i < kLooks; ++i) {
-    reconnect(1);
-    heap_then = std::min(heap_then, mallinfo2().uordblks);
-  }
+  // A table grows once, with a burst on a busy machine. What is lost is lost each time.
+  std::size_t heap_before = 0;
+  int rounds = 0;
+  do {
+    heap_before = heap;
+    reconnect(kReconnections);
+    heap = mallinfo2().uordblks;
+    std::printf("heap: %zu, then %zu bytes\n", heap_before, heap);
+  } while (heap >= heap_before + kHeapNoise && ++rounds < kMostRounds);
   ASSERT_FALSE(HasFailure()) << "it is at " << m_stub->ConnectedBssid();
   EXPECT_LE(Sources(), sources);
   EXPECT_EQ(EntriesOf("/proc/self/fd"), descriptors);
-  EXPECT_LT(heap_then, heap + kHeapNoise);
-  std::printf("heap: %zu, then %zu bytes\n", heap, heap_then);
-  EXPECT_EQ(connections, kFirst + kReconnections + kLooks);
+  EXPECT_LT(heap, heap_before + kHeapNoise);
+  EXPECT_EQ(connections, kFirst + kReconnections * std::min(rounds + 1, kMostRounds));
   platform_stop();
 }
 
